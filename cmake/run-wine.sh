@@ -1,0 +1,38 @@
+#!/bin/sh
+# Runs a Windows program of this build under Wine: run-wine.sh PROGRAM [ARGUMENT ...]
+#
+# The Wine prefix belongs to the build tree the program lies in (or OSUPT_WINEPREFIX names one), and is
+# made on first use. 32-bit programs need Wine's i386 PE libraries, which `./dev` fetches once.
+set -eu
+
+program=$1
+prefix=${OSUPT_WINEPREFIX:-}
+if [ -z "$prefix" ]; then
+    folder=$(cd "$(dirname "$program")" && pwd)
+    while [ "$folder" != / ] && [ ! -e "$folder/CMakeCache.txt" ]; do folder=$(dirname "$folder"); done
+    if [ "$folder" = / ]; then
+        echo "run-wine.sh: $program lies in no build tree; set OSUPT_WINEPREFIX" >&2
+        exit 2
+    fi
+    prefix=$folder/wine
+fi
+
+cache=${OSUPT_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/osupt}
+WINEPREFIX=$prefix
+WINEDLLPATH=$cache/wine-i386/i386-windows
+WINEDEBUG=${WINEDEBUG:--all}
+export WINEPREFIX WINEDLLPATH WINEDEBUG
+export WINEDLLOVERRIDES='mscoree,mshtml=;winemenubuilder.exe=d'
+unset DISPLAY
+
+wine=$(command -v wine64 || echo /usr/lib/wine/wine64)
+if [ ! -e "$prefix/ready" ]; then
+    mkdir -p "$prefix"
+    (
+        flock 9
+        if [ ! -e "$prefix/ready" ]; then
+            timeout 180 "$wine" wineboot --init >"$prefix/boot.log" 2>&1 && : >"$prefix/ready"
+        fi
+    ) 9>"$prefix.lock"
+fi
+exec "$wine" "$@"

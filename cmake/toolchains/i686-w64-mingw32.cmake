@@ -1,0 +1,3 @@
+# 32-bit Windows with MinGW-w64, POSIX thread model (std::thread and std::mutex exist there).
+set(osupt_triple i686-w64-mingw32)
+include(${CMAKE_CURRENT_LIST_DIR}/mingw-w64.cmake)
