@@ -1,0 +1,173 @@
+// The process-wide logger and its manipulators.
+#ifndef ORVO_LOGGING_H
+#define ORVO_LOGGING_H
+
+#include <atomic>
+#include <cstdint>
+#include <locale>
+#include <map>
+#include <memory>
+
+#include "OrvoExport.h"
+#include "OrvoString.h"
+
+namespace OrvoSupport {
+
+class OrvoCollaborator;
+class OrvoNotification;
+
+/// A logger to which records are written piece by piece, as to a stream:
+///
+///     logger << setloglevel(3) << "Reader::open: " << count << " files" << endrecord;
+///
+/// A record passes when its level (0 to 9; 9 unless it says otherwise) is not above the logger's level. A
+/// passing record becomes one line in the log file, on standard output, or both:
+///
+///     20240131_14:05:09 3 Global     [1234] Reader::open: 12 files
+///
+/// with local time, level, area and thread. A record of level 0 has no such prefix and no area silences it.
+/// When endrecord returns, the line is in the hands of the system and survives the death of the process.
+/// A target that cannot be written loses records, never the logger.
+///
+/// Thread safety: any thread may call anything but the destructor at any time. The first piece of a record
+/// waits until no other thread has one open and every piece keeps the logger's lock until endrecord, so
+/// records never mix. The thread that began a record must end it.
+class OSUPT_API OrvoLogging {
+public:
+    /// Target bits; others are kept and mean nothing.
+    enum : int { fileTarget = 1, consoleTarget = 2 };
+
+    /// Opens the log file at once if the file target is on. Its name is fileName with the extension replaced
+    /// by ".log"; a relative one is relative to the current directory. The level is taken unchecked: -1 lets
+    /// nothing through.
+    OrvoLogging(const string& fileName, int target, int level);
+    /// File name "log", standard output only, level -1.
+    OrvoLogging();
+    /// Closes the file. If this is the process-wide logger, there is none afterwards.
+    virtual ~OrvoLogging();
+    OrvoLogging(const OrvoLogging&) = delete;
+    OrvoLogging& operator=(const OrvoLogging&) = delete;
+
+    /// The process-wide logger. One must have been set.
+    static OrvoLogging& getInstance();
+    /// Makes `logger` the process-wide one. It stays the caller's, and must live as long as it is set.
+    static void setInstance(OrvoLogging& logger);
+    /// Whether there is a process-wide logger that lets anything through.
+    static bool isAccessAllowed();
+
+    /// Takes levels 0 to 9 and ignores any other: a logger is not switched off this way.
+    void setLogLevel(int level);
+    int getLogLevel() const;
+    /// Gives an area a level of its own, -1 to 9; any other is ignored. It can make the area quieter than the
+    /// logger, never louder. Names compare byte by byte.
+    void setLogLevel(const string& area, int level);
+    /// The logger's level if the area has none of its own.
+    int getLogLevel(const string& area) const;
+
+    int getTarget() const;
+    /// Closes or opens the log file as the file target goes or comes. Opening empties the file.
+    void setTarget(int target);
+    /// Whether lines begin with the prefix; they do at first.
+    void enableRecordData(bool enable);
+
+    /// Area and level of the record being built. A level below -1 changes nothing. Waits while another thread
+    /// has a record open, as every piece does.
+    void setCurrentLevel(const string& area, int level);
+    void setCurrentLevel(int level);
+
+    /// Append a piece to the record, or nothing if the record's level does not pass.
+    OrvoLogging& operator<<(const string& text);
+    OrvoLogging& operator<<(const char* text);
+    OrvoLogging& operator<<(const string_ci& text);
+    /// Narrowed with the default locale, up to the first NUL.
+    OrvoLogging& operator<<(const wstring& text);
+    OrvoLogging& operator<<(const wstring_ci& text);
+    /// A NUL character adds nothing.
+    OrvoLogging& operator<<(char character);
+    OrvoLogging& operator<<(short value);
+    OrvoLogging& operator<<(unsigned short value);
+    OrvoLogging& operator<<(int value);
+    OrvoLogging& operator<<(unsigned int value);
+    OrvoLogging& operator<<(long value);
+    OrvoLogging& operator<<(unsigned long value);
+    /// As the global locale at the logger's construction writes integers.
+    OrvoLogging& operator<<(const long long& value);
+    /// With six decimals.
+    OrvoLogging& operator<<(float value);
+    OrvoLogging& operator<<(double value);
+    /// As the system's C library prints a pointer.
+    OrvoLogging& operator<<(const void* value);
+    /// "true" or "false".
+    OrvoLogging& operator<<(bool value);
+    /// Calls the function with this logger.
+    OrvoLogging& operator<<(OrvoLogging& (*manipulator)(OrvoLogging&));
+
+protected:
+    virtual void handleNotification(OrvoCollaborator& source, const OrvoNotification& note);
+    /// Opens the log file if the file target is on.
+    virtual void startLogging();
+    /// Closes the log file if the file target is on and not among `target`.
+    virtual void stopLogging(int target);
+
+    /// Takes the lock; keeps it and returns true if a piece of the current record passes.
+    bool getLogAccess();
+    /// Writes or drops the record and gives back every hold of the lock. Does nothing if the lock cannot be
+    /// had within 100 milliseconds or its holder died; the text then goes into the next record.
+    void endrecord();
+    /// Opens the log file unless it is open. Success and failure are told on standard error.
+    void openLogFile();
+
+    /// Start and stop the time-out of an open record; its work.
+    void resetTimer();
+    void cancelTimer();
+    void timerElapsed();
+
+private:
+    friend OSUPT_API OrvoLogging& endrecord(OrvoLogging&);
+    friend struct TraceGate;
+    struct Lock;
+
+    void writeRecord(const string& area);
+
+    static std::atomic<OrvoLogging*> m_pInstance;
+
+    std::atomic<std::int32_t> m_target;
+    std::atomic<std::int32_t> m_logLevel;
+    string m_currentArea;
+    std::int32_t m_currentLevel = 9;
+    string m_record;
+    void* m_logFile = nullptr;
+    std::unique_ptr<Lock> m_lock;
+    std::map<string, std::int32_t> m_areaLevels;
+    string m_fileName;
+    std::atomic<bool> m_recordDataEnabled{true};
+};
+
+/// Carries area and level of a record to the logger; made by setloglevel.
+///
+/// Thread safety: none; a value.
+class OSUPT_API OrvoSetLogLevelManipulator {
+public:
+    using Function = OrvoLogging& (*)(OrvoLogging&, const string& area, int level);
+
+    OrvoSetLogLevelManipulator(Function function, const string& area, int level);
+
+    friend OSUPT_API OrvoLogging& operator<<(OrvoLogging& logger,
+                                             const OrvoSetLogLevelManipulator& manipulator);
+
+private:
+    Function m_function;
+    string m_area;
+    std::int32_t m_level;
+};
+
+/// Ends the record, as `logger << endrecord`.
+OSUPT_API OrvoLogging& endrecord(OrvoLogging& logger);
+/// Gives the record being built a level, and an area or none. It may stand anywhere in the record.
+OSUPT_API OrvoSetLogLevelManipulator setloglevel(int level);
+OSUPT_API OrvoSetLogLevelManipulator setloglevel(const string& area, int level);
+OSUPT_API OrvoLogging& operator<<(OrvoLogging& logger, const OrvoSetLogLevelManipulator& manipulator);
+
+}  // namespace OrvoSupport
+
+#endif

@@ -1,0 +1,34 @@
+// Records of the library itself: a refused one costs two loads and two compares.
+#ifndef LOGGING_TRACE_H
+#define LOGGING_TRACE_H
+
+#include "OrvoLogging.h"
+
+namespace OrvoSupport {
+
+struct TraceGate {
+    /// The process-wide logger if there is one and a record of `level` passes it, otherwise null.
+    static OrvoLogging* open(int level) {
+        OrvoLogging* logger = OrvoLogging::m_pInstance.load(std::memory_order_acquire);
+        if (!logger) return nullptr;
+        const int limit = logger->m_logLevel.load(std::memory_order_relaxed);
+        return limit > -1 && limit >= level ? logger : nullptr;
+    }
+};
+
+/// Writes one record of `level` to the process-wide logger if it passes. Pieces are what the logger takes
+/// with operator<<; keep what is costly to compute out of the arguments.
+///
+/// Thread safety: any thread, but not while it has a record of its own open: this one would end it.
+template <class... Pieces>
+inline void trace(int level, const Pieces&... pieces) {
+    if (OrvoLogging* logger = TraceGate::open(level)) {
+        *logger << setloglevel(level);
+        (*logger << ... << pieces);
+        *logger << endrecord;
+    }
+}
+
+}  // namespace OrvoSupport
+
+#endif
