@@ -20,27 +20,35 @@ public:
     OrvoException();
     /// Empty text and empty stack.
     explicit OrvoException(int code);
+    /// The text is also the one element of the stack.
     OrvoException(const wstring& text, int code = 0);
+    /// The same with the widened text.
     OrvoException(const string& text, int code = 0);
+    /// Copies text, code and the whole stack.
     OrvoException(const OrvoException& other);
     OrvoException& operator=(const OrvoException& other);
     virtual ~OrvoException();
 
     /// A narrowed copy of the text.
     virtual string getText() const;
+    /// The text itself; valid until the next setText or the end of the exception.
     virtual const wstring& getUText() const;
     /// Replaces the text and leaves the message stack as it is.
     virtual void setText(const wstring& text);
     virtual void setText(const string& text);
 
+    /// The code given at construction or set last, 0 when none was.
     virtual int getCode() const;
     virtual void setCode(int code);
 
+    /// Puts a copy of the message on top of the stack; the text stays.
     virtual void pushMessage(const wstring& message);
     /// Removes the newest message and returns it. The stack must not be empty.
     virtual wstring popMessage();
+    /// The stack itself, newest message on top.
     virtual const std::stack<wstring>& getCallStack() const;
-    /// All messages, newest first, one a line, without a line feed after the last.
+    /// All messages, newest first, one a line, without a line feed after the last. Leading empty messages
+    /// leave no line behind.
     virtual wstring getFormattedMessages() const;
 
 private:
@@ -73,9 +81,11 @@ class OSUPT_API OrvoPropertyNotFound : public OrvoException {
 public:
     /// Empty text, code 0, empty stack.
     OrvoPropertyNotFound();
+    /// The name must not be null.
     explicit OrvoPropertyNotFound(const char* name);
     explicit OrvoPropertyNotFound(const string& name);
     explicit OrvoPropertyNotFound(const string_ci& name);
+    /// A wide name is narrowed with the default locale first.
     explicit OrvoPropertyNotFound(const wstring& name);
     explicit OrvoPropertyNotFound(const wstring_ci& name);
     OrvoPropertyNotFound(const OrvoPropertyNotFound& other);

@@ -82,19 +82,20 @@ public:
 /// The string up to the first NUL; null gives the empty string. May be called from any thread.
 OSUPT_API string OrvoStringFromChar(const char* text);
 
-/// The text up to its first NUL, narrowed character by character as `%ls` is in the current C locale; null
-/// gives the empty string. The result ends before the first character that the C locale cannot express.
-/// May be called from any thread; no call may overlap a setlocale().
+/// The text up to its first NUL, narrowed as the C library formats it with `%ls` in the current C locale;
+/// null gives the empty string, and so does, on Linux, a text with a character that this locale cannot
+/// express (on Windows the result ends before it). May be called from any thread; no call may overlap a
+/// setlocale().
 OSUPT_API string OrvoStringFromWideChar(const wchar_t* text);
 
 /// Copies the text and a terminating NUL into dest, which has room for size characters, and returns dest.
 /// Returns null and copies nothing when dest is null or the text does not fit. Reentrant.
 OSUPT_API char* OrvoStringToChar(const string& text, char* dest, int size);
 
-/// Widens the text up to its first NUL into dest, character by character as `%hs` is in the current C locale,
-/// and returns dest. What is written ends, terminated, before the first bytes that are no character there.
-/// Returns null and writes nothing when dest is null or text.size() is not below size, the room of dest in
-/// characters. May be called from any thread; no call may overlap a setlocale().
+/// Widens the text up to its first NUL into dest as the C library formats it with `%hs` in the current C
+/// locale, and returns dest; a text that is ill-formed there may leave dest empty or cut. Returns null and
+/// writes nothing when dest is null or text.size() is not below size, the room of dest in characters. May be
+/// called from any thread; no call may overlap a setlocale().
 OSUPT_API wchar_t* OrvoStringToWideChar(const string& text, wchar_t* dest, int size);
 
 }  // namespace OrvoSupport

@@ -1,4 +1,4 @@
-#include <climits>
+#include <cstdio>
 #include <cstring>
 #include <cwchar>
 
@@ -14,14 +14,11 @@ bool fits(const string& text, int size) { return size > 0 && text.size() < stati
 string OrvoStringFromChar(const char* text) { return text ? string(text) : string(); }
 
 string OrvoStringFromWideChar(const wchar_t* text) {
-    string narrow;
-    std::mbstate_t state{};
-    char bytes[MB_LEN_MAX];
-    for (; text && *text; ++text) {
-        const std::size_t count = std::wcrtomb(bytes, *text, &state);
-        if (count == static_cast<std::size_t>(-1)) break;
-        narrow.append(bytes, count);
-    }
+    if (!text || *text == L'\0') return string();
+    const int length = std::snprintf(nullptr, 0, "%ls", text);
+    if (length <= 0) return string();
+    string narrow(static_cast<std::size_t>(length), '\0');
+    std::snprintf(narrow.data(), narrow.size() + 1, "%ls", text);
     return narrow;
 }
 
@@ -33,19 +30,7 @@ char* OrvoStringToChar(const string& text, char* dest, int size) {
 
 wchar_t* OrvoStringToWideChar(const string& text, wchar_t* dest, int size) {
     if (!dest || !fits(text, size)) return nullptr;
-    std::mbstate_t state{};
-    const char* position = text.data();
-    const char* const end = position + text.size();
-    wchar_t* out = dest;
-    while (position != end) {
-        const std::size_t count =
-            std::mbrtowc(out, position, static_cast<std::size_t>(end - position), &state);
-        // 0 is a NUL; the two largest values are an ill-formed and an unfinished character.
-        if (count == 0 || count > text.size()) break;
-        position += count;
-        ++out;
-    }
-    *out = L'\0';
+    if (std::swprintf(dest, static_cast<std::size_t>(size), L"%hs", text.c_str()) < 0) *dest = L'\0';
     return dest;
 }
 

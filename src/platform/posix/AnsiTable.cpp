@@ -16,8 +16,6 @@ constexpr wchar_t cp1252From80To9F[] = {
     0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178,
 };
 
-bool isDefault() { return std::strcmp(OSUPT_ANSI_CODE_PAGE, "CP1252") == 0; }
-
 // The character of one byte; the byte's number when the converter has none.
 wchar_t characterOf(iconv_t converter, unsigned char byte) {
     char in = static_cast<char>(byte);
@@ -31,8 +29,8 @@ wchar_t characterOf(iconv_t converter, unsigned char byte) {
     return converted ? character : static_cast<wchar_t>(byte);
 }
 
-void readFromCLibrary(wchar_t (&wide)[256]) {
-    const iconv_t converter = ::iconv_open("WCHAR_T", OSUPT_ANSI_CODE_PAGE);
+void readFromCLibrary(const char* codePage, wchar_t (&wide)[256]) {
+    const iconv_t converter = ::iconv_open("WCHAR_T", codePage);
     if (converter == reinterpret_cast<iconv_t>(-1)) return;
     for (std::size_t byte = 0x80; byte < 256; ++byte)
         wide[byte] = characterOf(converter, static_cast<unsigned char>(byte));
@@ -41,15 +39,15 @@ void readFromCLibrary(wchar_t (&wide)[256]) {
 
 }  // namespace
 
-AnsiTable::AnsiTable() {
+AnsiTable::AnsiTable(const char* codePage) {
     for (std::size_t byte = 0; byte < 256; ++byte) m_wide[byte] = static_cast<wchar_t>(byte);
     std::memset(m_narrow, '?', sizeof m_narrow);
-    if (isDefault()) {
+    if (std::strcmp(codePage, "CP1252") == 0) {
         std::memcpy(m_wide + 0x80, cp1252From80To9F, sizeof cp1252From80To9F);
         for (const BestFitRun& run : bestFit1252)
             std::memcpy(m_narrow + run.first, run.bytes, std::strlen(run.bytes));
     } else {
-        readFromCLibrary(m_wide);
+        readFromCLibrary(codePage, m_wide);
     }
     // From the top, so that of two bytes for one character the lower one is taken.
     for (std::size_t byte = 256; byte-- > 0;) {
@@ -59,7 +57,7 @@ AnsiTable::AnsiTable() {
 }
 
 const AnsiTable& AnsiTable::instance() {
-    static const AnsiTable table;
+    static const AnsiTable table(OSUPT_ANSI_CODE_PAGE);
     return table;
 }
 

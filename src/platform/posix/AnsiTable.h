@@ -6,13 +6,16 @@
 
 namespace OrvoSupport::platform {
 
-/// Both directions of the code page named by OSUPT_ANSI_CODE_PAGE, filled on first use. Bytes that it does
+/// Both directions of a code page. Bytes that it does
 /// not define keep their number, all of them if the C library does not know its name or it is no single-byte
 /// one.
 ///
 /// Thread safety: any method may be called from any thread.
 class AnsiTable {
 public:
+    explicit AnsiTable(const char* codePage);
+
+    /// The code page that the library was built for.
     static const AnsiTable& instance();
 
     wchar_t widen(char c) const { return m_wide[static_cast<unsigned char>(c)]; }
@@ -24,8 +27,6 @@ public:
     }
 
 private:
-    AnsiTable();
-
     static constexpr std::size_t narrowSize = 0x10000;
     wchar_t m_wide[256];
     char m_narrow[narrowSize];

@@ -1,0 +1,204 @@
+#include "OrvoStringUtilities.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <locale>
+#include <stdexcept>
+
+#include "OrvoException.h"
+
+namespace OrvoSupport {
+namespace {
+
+const std::locale& utf8Locale() {
+    static const std::locale locale(std::locale::classic(), new utf8_ctype);
+    return locale;
+}
+
+TEST(OrvoStringUtilitiesTest, convertsWithTheFacetOfTheLocale) {
+    EXPECT_EQ(
+        L"Gr\x00FC\x00DF"
+        L"e \x20AC",
+        OrvoStringUtilities::widen("Gr\xC3\xBC\xC3\x9F"
+                                   "e \xE2\x82\xAC",
+                                   utf8Locale()));
+    EXPECT_EQ(
+        "Gr\xC3\xBC\xC3\x9F"
+        "e \xE2\x82\xAC",
+        OrvoStringUtilities::narrow(L"Gr\x00FC\x00DF"
+                                    L"e \x20AC",
+                                    utf8Locale()));
+    EXPECT_EQ(L"plain", OrvoStringUtilities::widen("plain", std::locale::classic()));
+    EXPECT_EQ("plain", OrvoStringUtilities::narrow(L"plain", std::locale::classic()));
+}
+
+TEST(OrvoStringUtilitiesTest, convertsTheEmptyTextToTheEmptyText) {
+    EXPECT_EQ(L"", OrvoStringUtilities::widen("", utf8Locale()));
+    EXPECT_EQ("", OrvoStringUtilities::narrow(L"", utf8Locale()));
+    EXPECT_EQ(L"", OrvoStringUtilities::widen("", std::locale::classic()));
+}
+
+TEST(OrvoStringUtilitiesTest, theResultEndsAtTheFirstNul) {
+    for (const std::locale& locale : {utf8Locale(), std::locale::classic()}) {
+        EXPECT_EQ(L"ab", OrvoStringUtilities::widen(string("ab\0cd", 5), locale));
+        EXPECT_EQ("ab", OrvoStringUtilities::narrow(wstring(L"ab\0cd", 5), locale));
+        EXPECT_EQ(L"", OrvoStringUtilities::widen(string("\0cd", 3), locale));
+    }
+}
+
+TEST(OrvoStringUtilitiesTest, aFacetThatSubstitutesGetsABlankForWhatItCannotNarrow) {
+    EXPECT_EQ("a b", OrvoStringUtilities::narrow(L"a\x4E2D"
+                                                 L"b",
+                                                 std::locale::classic()));
+}
+
+TEST(OrvoStringUtilitiesTest, theFacetsOfTheLibrarySubstituteByThemselves) {
+    const std::locale ansi(std::locale::classic(), new ansi_ctype);
+    EXPECT_EQ("a?b", OrvoStringUtilities::narrow(L"a\x4E2D"
+                                                 L"b",
+                                                 ansi));
+    const wstring loneSurrogate(1, static_cast<wchar_t>(0xDC00));
+    EXPECT_EQ("\xEF\xBF\xBD", OrvoStringUtilities::narrow(loneSurrogate, utf8Locale()));
+}
+
+TEST(OrvoStringUtilitiesTest, theResultMayBeFourTimesAsLongAsTheText) {
+    const wstring faces(1000, sizeof(wchar_t) == 2 ? L'\xFFFD' : static_cast<wchar_t>(0x1F600));
+    const string narrow = OrvoStringUtilities::narrow(faces, utf8Locale());
+    EXPECT_EQ(sizeof(wchar_t) == 2 ? 3000u : 4000u, narrow.size());
+    EXPECT_EQ(faces, OrvoStringUtilities::widen(narrow, utf8Locale()));
+}
+
+// Records what it is handed, and writes as much as a facet may.
+class GreedyFacet : public std::ctype<wchar_t> {
+public:
+    mutable bool wasZero = true;
+    mutable char defaultGiven = '\0';
+
+protected:
+    using std::ctype<wchar_t>::do_widen;
+    using std::ctype<wchar_t>::do_narrow;
+    const char* do_widen(const char* first, const char* last, wchar_t* dest) const override {
+        fill(dest, 4 * (last - first), L'w');
+        return last;
+    }
+    const wchar_t* do_narrow(const wchar_t* first, const wchar_t* last, char defaultCharacter,
+                             char* dest) const override {
+        defaultGiven = defaultCharacter;
+        fill(dest, 4 * (last - first), 'n');
+        return last;
+    }
+
+private:
+    template <class Char>
+    void fill(Char* dest, std::ptrdiff_t count, Char c) const {
+        for (std::ptrdiff_t i = 0; i < count + 4; ++i) wasZero = wasZero && dest[i] == Char();
+        for (std::ptrdiff_t i = 0; i < count; ++i) dest[i] = c;
+    }
+};
+
+TEST(OrvoStringUtilitiesTest, theFacetGetsZeroedRoomForFourUnitsEachAndFourMore) {
+    auto* const facet = new GreedyFacet;
+    const std::locale locale(std::locale::classic(), facet);
+    for (const std::size_t size : {std::size_t{1}, std::size_t{3}, std::size_t{1000}, std::size_t{100000}}) {
+        EXPECT_EQ(wstring(4 * size, L'w'), OrvoStringUtilities::widen(string(size, 'a'), locale));
+        EXPECT_EQ(string(4 * size, 'n'), OrvoStringUtilities::narrow(wstring(size, L'a'), locale));
+    }
+    EXPECT_TRUE(facet->wasZero);
+    EXPECT_EQ(' ', facet->defaultGiven);
+}
+
+class FailingFacet : public std::ctype<wchar_t> {
+protected:
+    using std::ctype<wchar_t>::do_widen;
+    using std::ctype<wchar_t>::do_narrow;
+    const char* do_widen(const char*, const char*, wchar_t*) const override {
+        throw std::runtime_error("no table");
+    }
+    const wchar_t* do_narrow(const wchar_t*, const wchar_t*, char, char*) const override {
+        throw std::runtime_error("no table");
+    }
+};
+
+template <class Call>
+void expectFailure(const wstring& text, Call call) {
+    try {
+        call();
+        FAIL() << "nothing was thrown";
+    } catch (const OrvoException& exception) {
+        EXPECT_EQ(text, exception.getUText());
+        EXPECT_EQ(text, exception.getFormattedMessages());
+        EXPECT_EQ(0, exception.getCode());
+    }
+}
+
+TEST(OrvoStringUtilitiesTest, aStandardExceptionBecomesOneOfTheLibrary) {
+    const std::locale locale(std::locale::classic(), new FailingFacet);
+    expectFailure(L"OrvoStringUtilities::widen: ctype facet cannot be created for the locale -no table",
+                  [&] { OrvoStringUtilities::widen("a", locale); });
+    expectFailure(L"OrvoStringUtilities::narrow: ctype facet cannot be created for the locale -no table",
+                  [&] { OrvoStringUtilities::narrow(L"a", locale); });
+}
+
+TEST(OrvoStringUtilitiesTest, anExceptionOfAnotherKindPassesThrough) {
+    struct Thrower : FailingFacet {
+        const char* do_widen(const char*, const char*, wchar_t*) const override { throw 5; }
+        using FailingFacet::do_widen;
+    };
+    const std::locale locale(std::locale::classic(), new Thrower);
+    EXPECT_THROW(OrvoStringUtilities::widen("a", locale), int);
+}
+
+// The failure must not need the locale that has just failed.
+TEST(OrvoStringUtilitiesTest, failsCleanlyWhenTheGlobalLocaleItselfCannotConvert) {
+    const std::locale before = std::locale::global(std::locale(std::locale::classic(), new FailingFacet));
+    EXPECT_THROW(OrvoStringUtilities::widen("a", std::locale()), OrvoException);
+    std::locale::global(before);
+}
+
+TEST(OrvoStringUtilitiesTest, comStringsGiveTheTextBack) {
+    const wstring texts[] = {L"",
+                             L"a",
+                             L"odd",
+                             L"Gr\x00FC\x00DF"
+                             L"e",
+                             wstring(100000, L'x'),
+                             OrvoStringUtilities::widen("\xF0\x9F\x98\x80!", utf8Locale())};
+    for (const wstring& text : texts) {
+        wchar_t* const bstr = OrvoStringUtilities::makeBSTR(text);
+        ASSERT_NE(nullptr, bstr);
+        EXPECT_EQ(text, bstr);
+        EXPECT_EQ(text, OrvoStringUtilities::widen(bstr));
+        OrvoStringUtilities::freeBSTR(bstr);
+    }
+}
+
+TEST(OrvoStringUtilitiesTest, comStringsEndAtTheFirstNul) {
+    wchar_t* bstr = OrvoStringUtilities::makeBSTR(wstring(L"ab\0cd", 5));
+    EXPECT_EQ(L"ab", OrvoStringUtilities::widen(bstr));
+    OrvoStringUtilities::freeBSTR(bstr);
+
+    bstr = OrvoStringUtilities::makeBSTR(L"abcd");
+    bstr[2] = L'\0';
+    EXPECT_EQ(L"ab", OrvoStringUtilities::widen(bstr));
+    OrvoStringUtilities::freeBSTR(bstr);
+}
+
+TEST(OrvoStringUtilitiesTest, comStringsCarryTheirLengthInBytesInFront) {
+    wchar_t* const bstr = OrvoStringUtilities::makeBSTR(L"abc");
+    std::uint32_t bytes = 0;
+    std::memcpy(&bytes, reinterpret_cast<const char*>(bstr) - sizeof bytes, sizeof bytes);
+    EXPECT_EQ(3 * sizeof(wchar_t), bytes);
+    EXPECT_EQ(L'\0', bstr[3]);
+    OrvoStringUtilities::freeBSTR(bstr);
+}
+
+TEST(OrvoStringUtilitiesTest, aNullComStringIsTheEmptyText) {
+    wchar_t* const none = nullptr;
+    EXPECT_EQ(L"", OrvoStringUtilities::widen(none));
+    OrvoStringUtilities::freeBSTR(none);
+}
+
+}  // namespace
+}  // namespace OrvoSupport
