@@ -120,8 +120,7 @@ private:
     bool setDateTime(const string& text, string& message);
     bool modifyDate(FieldId_t field, int amount, string& message);
     static int getMonthForRFCName(const char* name);
-    static wstring constructTimeString(const std::tm& fields, const std::locale& locale,
-                                       const wchar_t* pattern);
+    static wstring constructTimeString(const std::tm& fields, const std::locale& locale, char conversion);
     void adjustInstanceId();
 
     std::tm storedFields() const;

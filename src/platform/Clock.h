@@ -1,6 +1,6 @@
 // The calendar and the clocks of the system.
-#ifndef PLATFORM_CLOCK_H
-#define PLATFORM_CLOCK_H
+#ifndef OSUPT_PLATFORM_CLOCK_H
+#define OSUPT_PLATFORM_CLOCK_H
 
 #include <cstdint>
 #include <ctime>

@@ -1,40 +1,135 @@
 #include "OrvoLocaleFactory.h"
 
 #include <atomic>
-#include <cstring>
+#include <map>
 #include <memory>
+#include <optional>
 #include <stdexcept>
+
+#include "text/LocaleFacets.h"
 
 namespace OrvoSupport {
 namespace {
 
-/// The default locale, captured once. Statics of the host may ask for it before and after this object's own
-/// life; then it is captured (again) for them.
-class DefaultLocale {
-public:
-    constexpr DefaultLocale() = default;
-    ~DefaultLocale() { delete m_locale.exchange(nullptr); }
+struct Row {
+    platform::LocaleId id;
+    const char* fullName;  // what the Microsoft C run-time library makes of the short one
+};
 
-    const std::locale& get() {
-        const std::locale* locale = m_locale.load(std::memory_order_acquire);
-        return locale ? *locale : capture();
+struct Tables {
+    std::map<int, Row> locales;
+    std::map<string, string> languageCodes;
+    std::map<string, string> countryCodes;
+    std::locale defaultLocale;
+};
+
+const Row english{{"English", "en", "US"}, "English_United States"};
+
+/// The tables, filled once. Statics of the host may need them before this object's own life and after it; who
+/// comes after it has them filled again.
+class TablesOnce {
+public:
+    constexpr TablesOnce() = default;
+    ~TablesOnce() { delete m_tables.exchange(nullptr); }
+
+    const Tables* get() const { return m_tables.load(std::memory_order_acquire); }
+
+    /// Of several threads that fill them at once the first wins.
+    void publish(std::unique_ptr<const Tables> filled) {
+        const Tables* none = nullptr;
+        if (m_tables.compare_exchange_strong(none, filled.get())) filled.release();
     }
 
 private:
-    const std::locale& capture() {
-        auto fresh = std::make_unique<const std::locale>();
-        const std::locale* current = nullptr;
-        if (m_locale.compare_exchange_strong(current, fresh.get())) current = fresh.release();
-        return *current;
-    }
-
-    std::atomic<const std::locale*> m_locale{nullptr};
+    std::atomic<const Tables*> m_tables{nullptr};
 };
 
-DefaultLocale defaultLocale;
+TablesOnce tables;
+
+std::optional<std::locale> named(const std::string& name) {
+    try {
+        return std::locale(name);
+    } catch (const std::runtime_error&) {  // "bad locale name"
+        return std::nullopt;
+    }
+}
+
+std::optional<std::locale> build(const Row& row) {
+    for (const std::string& name : platform::localeNames(row.id))
+        if (auto locale = named(name)) return locale;
+    if (auto data = platform::LocaleData::open(row.id)) return localeOver(std::move(data), row.fullName);
+    return std::nullopt;
+}
+
+string nameOf(const std::locale& locale) {
+    if (std::has_facet<LocaleNameFacet>(locale)) return std::use_facet<LocaleNameFacet>(locale).name();
+    return locale.name();
+}
+
+string codeOr(const std::map<string, string>& codes, const string& name) {
+    const auto code = codes.find(name);
+    return code == codes.end() ? name : code->second;
+}
+
+const Tables& filled(void (*fill)()) {
+    const Tables* current = tables.get();
+    if (!current) {
+        fill();
+        current = tables.get();
+    }
+    return *current;
+}
 
 }  // namespace
 
-std::locale OrvoLocaleFactory::getDefaultLocale(bool /*reload*/) { return defaultLocale.get(); }
+void OrvoLocaleFactory::initializeLanguageCountryCode() {
+    auto fresh = std::make_unique<Tables>();
+    fresh->locales = {
+        {German, {{"german", "de", "DE"}, "German_Germany"}},
+        {English, {{"english-us", "en", "US"}, "English_United States"}},
+        {Spanish, {{"spanish-mexican", "es", "MX"}, "Spanish_Mexico"}},
+        {French, {{"french", "fr", "FR"}, "French_France"}},
+        {Japanese, {{"japanese", "ja", "JP"}, "Japanese_Japan"}},
+        {Chinese, {{"chinese", "zh", "CN"}, "Chinese_People's Republic of China"}},
+    };
+    fresh->languageCodes = {{"German", "de"}, {"English", "en"},  {"Spanish", "es"},
+                            {"French", "fr"}, {"Japanese", "ja"}, {"Chinese", "zh"}};
+    fresh->countryCodes = {{"United States", "US"},
+                           {"Germany", "DE"},
+                           {"Mexico", "ES"},  // hosts file their one Spanish text under Spain
+                           {"MX", "ES"},      // the same where names already hold codes
+                           {"France", "FR"},
+                           {"Japan", "JP"},
+                           {"People's Republic of China", "CN"},
+                           {"Taiwan", "TW"}};
+    tables.publish(std::move(fresh));
+}
+
+std::locale OrvoLocaleFactory::getLocale(Language language) {
+    const auto& locales = filled(initializeLanguageCountryCode).locales;
+    if (language == Classic) return std::locale::classic();
+    const auto row = locales.find(language);
+    if (row != locales.end())
+        if (auto locale = build(row->second)) return *locale;
+    return build(english).value_or(std::locale::classic());
+}
+
+std::locale OrvoLocaleFactory::getDefaultLocale(bool /*reload*/) {
+    return filled(initializeLanguageCountryCode).defaultLocale;
+}
+
+string OrvoLocaleFactory::getLanguage(const std::locale& locale) {
+    const auto& codes = filled(initializeLanguageCountryCode).languageCodes;
+    const string name = nameOf(locale);
+    return codeOr(codes, name.substr(0, name.find('_')));
+}
+
+string OrvoLocaleFactory::getCountry(const std::locale& locale) {
+    const auto& codes = filled(initializeLanguageCountryCode).countryCodes;
+    const string name = nameOf(locale);
+    const std::size_t separator = name.find('_');
+    const string country = separator == string::npos ? name : name.substr(separator + 1);
+    return codeOr(codes, country.substr(0, country.find('.')));
+}
 
 }  // namespace OrvoSupport

@@ -1,6 +1,6 @@
 // Arithmetic of the proleptic Gregorian calendar, without zones.
-#ifndef TYPES_CALENDAR_H
-#define TYPES_CALENDAR_H
+#ifndef OSUPT_TYPES_CALENDAR_H
+#define OSUPT_TYPES_CALENDAR_H
 
 #include <cstdint>
 #include <ctime>

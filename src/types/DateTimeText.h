@@ -1,6 +1,6 @@
 // The three text forms of a date and time.
-#ifndef TYPES_DATE_TIME_TEXT_H
-#define TYPES_DATE_TIME_TEXT_H
+#ifndef OSUPT_TYPES_DATE_TIME_TEXT_H
+#define OSUPT_TYPES_DATE_TIME_TEXT_H
 
 #include <ctime>
 

@@ -65,48 +65,47 @@ unsigned int OrvoDateTime::hash() const {
 wstring OrvoDateTime::toString() const { return toString(m_locale); }
 
 wstring OrvoDateTime::toString(const std::locale& locale) const {
-    return constructTimeString(localFields(), locale, L"%c");
+    return constructTimeString(localFields(), locale, 'c');
 }
 
 wstring OrvoDateTime::toGMTString() const {
     std::tm fields = storedFields();
     const std::int64_t seconds = platform::fromLocal(fields);
     if (seconds < 0 || !platform::toUtc(seconds, fields)) fields = localFields();
-    return constructTimeString(fields, m_locale, L"%c");
+    return constructTimeString(fields, m_locale, 'c');
 }
 
 wstring OrvoDateTime::dateToString() const { return dateToString(m_locale); }
 
 wstring OrvoDateTime::dateToString(const std::locale& locale) const {
-    return constructTimeString(localFields(), locale, L"%X");
+    return constructTimeString(localFields(), locale, 'X');
 }
 
 wstring OrvoDateTime::timeToString() const { return timeToString(m_locale); }
 
 wstring OrvoDateTime::timeToString(const std::locale& locale) const {
-    return constructTimeString(localFields(), locale, L"%x");
+    return constructTimeString(localFields(), locale, 'x');
 }
 
 wstring OrvoDateTime::weekdayName() const { return weekdayName(m_locale); }
 
 wstring OrvoDateTime::weekdayName(const std::locale& locale) const {
-    return constructTimeString(localFields(), locale, L"%A");
+    return constructTimeString(localFields(), locale, 'A');
 }
 
 wstring OrvoDateTime::monthName() const { return monthName(m_locale); }
 
 wstring OrvoDateTime::monthName(const std::locale& locale) const {
-    return constructTimeString(localFields(), locale, L"%B");
+    return constructTimeString(localFields(), locale, 'B');
 }
 
-wstring OrvoDateTime::constructTimeString(const std::tm& fields, const std::locale& locale,
-                                          const wchar_t* pattern) {
-    using Output = std::ostreambuf_iterator<wchar_t>;
+// One conversion at a time: the formatter's own reading of patterns asks the locale's ctype for single
+// characters, which ansi_ctype and utf8_ctype do not convert.
+wstring OrvoDateTime::constructTimeString(const std::tm& fields, const std::locale& locale, char conversion) {
     std::wostringstream stream;
     stream.imbue(locale);
     const auto& formatter = std::use_facet<std::time_put<wchar_t>>(locale);
-    formatter.put(Output(stream), stream, L' ', &fields, pattern,
-                  pattern + std::char_traits<wchar_t>::length(pattern));
+    formatter.put(std::ostreambuf_iterator<wchar_t>(stream), stream, L' ', &fields, conversion);
     return stream.str();
 }
 
