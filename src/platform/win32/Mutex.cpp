@@ -116,8 +116,8 @@ int Mutex::depth() const { return m_state ? m_state->depth.load(std::memory_orde
 
 void Mutex::unwind() {
     if (!tryLock()) return;
-    while (m_state->depth.load(std::memory_order_relaxed) > 0 && m_state->leave()) {
-    }
+    // Counted beforehand: after the last hold is given up the depth is the next holder's.
+    for (int holds = m_state->depth.load(std::memory_order_relaxed); holds > 0 && m_state->leave();) --holds;
 }
 
 }  // namespace OrvoSupport::platform
