@@ -81,6 +81,63 @@ private:
     std::vector<OrvoDependent*> m_dependents;
 };
 
+/// An event of the operating system that releases one waiter each time it is set, and tells its dependents
+/// before it does. An event that the system had no room for has no handle: setting, resetting and pulsing it
+/// do nothing, no dependent is told, and waiting for it succeeds at once.
+///
+/// Waiting answers 0 when signalled, -1 when the wait failed, -2 when the time ran out and -3 when the owner
+/// of what was waited for is gone. A time-out of -1 waits for ever and 0 only looks; any other is taken as
+/// unsigned milliseconds of a clock that nobody sets.
+///
+/// Thread safety: any method may be called from any thread; no call may overlap the destructor.
+class OSUPT_API OrvoEvent {
+public:
+    /// Not signalled.
+    OrvoEvent();
+    OrvoEvent(const OrvoEvent&) = delete;
+    OrvoEvent& operator=(const OrvoEvent&) = delete;
+    virtual ~OrvoEvent();
+
+    /// See OrvoCollaborator. Handlers run on the thread that sets or pulses, and get the event's own
+    /// collaborator as their source.
+    void addDependent(OrvoDependent& dependent);
+    void removeDependent(OrvoDependent& dependent);
+
+    /// Tells the dependents, then signals: one waiter is released, now or when it comes. When there is no
+    /// memory for the notification it only signals. When a handler throws, the notification is destroyed, the
+    /// event is not signalled and the exception passes on.
+    virtual void set();
+    /// Makes it not signalled; tells nobody.
+    virtual void reset();
+    /// As set(), but releases only a waiter that waits at this moment and leaves the event not signalled.
+    virtual void pulse();
+    /// Waits for this event and takes its signal.
+    virtual int wait(int timeoutMs);
+    /// Where the handle of the system stands: a HANDLE on Windows, opaque elsewhere. Null when there is none.
+    virtual void* getHandle();
+
+    /// Waits for all events at the same moment, taking nothing until it can take every signal, and answers 0;
+    /// or for any, answers the index of the first signalled one and takes only that. Fails (-1) for an empty
+    /// list, more than 64 events, one without handle, or one twice where all are wanted; -4 means out of
+    /// memory.
+    static int wait(std::vector<OrvoEvent*>& events, bool waitAll, int timeoutMs);
+    /// The same for an array of `count` events (of this very class, not of a subclass).
+    static int wait(int count, OrvoEvent* events, bool waitAll, int timeoutMs);
+
+protected:
+    /// A new notification for the dependents; null when there is no memory. Whoever overrides one of these
+    /// two overrides both.
+    virtual OrvoNotification* createNotification();
+    /// Deletes it; null is ignored.
+    virtual void destroyNotification(OrvoNotification* notification);
+
+private:
+    void tellDependents();
+
+    OrvoCollaborator m_collaborator;
+    void** m_handle;
+};
+
 }  // namespace OrvoSupport
 
 #endif
