@@ -8,13 +8,14 @@
 #include <map>
 #include <memory>
 
+#include "OrvoCriticalSection.h"
+#include "OrvoEvent.h"
 #include "OrvoExport.h"
 #include "OrvoString.h"
 
 namespace OrvoSupport {
 
-class OrvoCollaborator;
-class OrvoNotification;
+class RecordFile;  // inside the library
 
 /// A logger to which records are written piece by piece, as to a stream:
 ///
@@ -32,7 +33,7 @@ class OrvoNotification;
 /// Thread safety: any thread may call anything but the destructor at any time. The first piece of a record
 /// waits until no other thread has one open and every piece keeps the logger's lock until endrecord, so
 /// records never mix. The thread that began a record must end it.
-class OSUPT_API OrvoLogging {
+class OSUPT_API OrvoLogging : private OrvoDependent {
 public:
     /// Target bits; others are kept and mean nothing.
     enum : int { fileTarget = 1, consoleTarget = 2 };
@@ -44,7 +45,7 @@ public:
     /// File name "log", standard output only, level -1.
     OrvoLogging();
     /// Closes the file. If this is the process-wide logger, there is none afterwards.
-    virtual ~OrvoLogging();
+    ~OrvoLogging() override;
     OrvoLogging(const OrvoLogging&) = delete;
     OrvoLogging& operator=(const OrvoLogging&) = delete;
 
@@ -103,7 +104,7 @@ public:
     OrvoLogging& operator<<(OrvoLogging& (*manipulator)(OrvoLogging&));
 
 protected:
-    virtual void handleNotification(OrvoCollaborator& source, const OrvoNotification& note);
+    void handleNotification(OrvoCollaborator& source, const OrvoNotification& note) override;
     /// Opens the log file if the file target is on.
     virtual void startLogging();
     /// Closes the log file if the file target is on and not among `target`.
@@ -124,23 +125,32 @@ protected:
 
 private:
     friend OSUPT_API OrvoLogging& endrecord(OrvoLogging&);
-    friend struct TraceGate;
-    struct Lock;
+    friend struct TraceGate;  // inside the library
 
+    template <class Append>
+    OrvoLogging& addPiece(Append append);
+    template <class Number>
+    OrvoLogging& addInteger(Number value);
+    OrvoLogging& addFormatted(double value);
     void writeRecord(const string& area);
+    void makeIdle();
 
     static std::atomic<OrvoLogging*> m_pInstance;
 
     std::atomic<std::int32_t> m_target;
     std::atomic<std::int32_t> m_logLevel;
     string m_currentArea;
-    std::int32_t m_currentLevel = 9;
+    std::int32_t m_currentLevel;
     string m_record;
-    void* m_logFile = nullptr;
-    std::unique_ptr<Lock> m_lock;
+    string m_line;               // the record with its prefix, kept for its memory
+    const std::locale m_locale;  // writes 64-bit integers
+    std::unique_ptr<RecordFile> m_logFile;
+    OrvoCriticalSectionObject m_fileLock;  // setTarget() may not wait for an open record
+    OrvoCriticalSectionObject m_lock;      // from the first accepted piece of a record to its end
     std::map<string, std::int32_t> m_areaLevels;
+    mutable OrvoCriticalSectionObject m_areaLock;
     string m_fileName;
-    std::atomic<bool> m_recordDataEnabled{true};
+    std::atomic<bool> m_recordDataEnabled;
 };
 
 /// Carries area and level of a record to the logger; made by setloglevel.

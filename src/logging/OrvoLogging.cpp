@@ -1,44 +1,45 @@
+// The logger's settings, its file, and the end of a record. LogPieces.cpp holds what builds a record.
 #include "OrvoLogging.h"
 
 #include <cerrno>
-#include <chrono>
 #include <cstdio>
-#include <ctime>
-#include <mutex>
-#include <sstream>
 
-#include "OrvoLocaleFactory.h"
-#include "OrvoStringUtilities.h"
+#include "OrvoDateTime.h"
+#include "logging/RecordFile.h"
+#include "logging/RecordPrefix.h"
+#include "platform/CurrentThreadId.h"
 
 namespace OrvoSupport {
+namespace {
 
-struct OrvoLogging::Lock {
-    std::recursive_timed_mutex mutex;
-    int depth = 0;
+constexpr std::int32_t idleLevel = 9;
+constexpr std::size_t keptCapacity = 64 * 1024;
 
-    void lock() {
-        mutex.lock();
-        ++depth;
+// A record of megabytes must not keep its memory for ever.
+void empty(string& text) {
+    if (text.capacity() > keptCapacity) {
+        string().swap(text);
+    } else {
+        text.clear();
     }
-    void unlock() {
-        --depth;
-        mutex.unlock();
-    }
-    bool testAndSet() {
-        if (!mutex.try_lock_for(std::chrono::milliseconds(100))) return false;
-        ++depth;
-        return true;
-    }
-    void unwind() {
-        if (!testAndSet()) return;
-        while (depth > 0) unlock();
-    }
-};
+}
+
+string logFileName(const string& baseName) {
+    string name = baseName.substr(0, baseName.rfind('.')) + ".log";
+    if (name.front() == '"') name.erase(0, 1);  // the closing one went with the extension
+    return name;
+}
+
+}  // namespace
 
 std::atomic<OrvoLogging*> OrvoLogging::m_pInstance{nullptr};
 
 OrvoLogging::OrvoLogging(const string& fileName, int target, int level)
-    : m_target(target), m_logLevel(level), m_lock(std::make_unique<Lock>()), m_fileName(fileName) {
+    : m_target(target),
+      m_logLevel(level),
+      m_currentLevel(idleLevel),
+      m_fileName(fileName),
+      m_recordDataEnabled(true) {
     OrvoLogging::startLogging();
 }
 
@@ -66,10 +67,13 @@ void OrvoLogging::setLogLevel(int level) {
 int OrvoLogging::getLogLevel() const { return m_logLevel; }
 
 void OrvoLogging::setLogLevel(const string& area, int level) {
-    if (level >= -1 && level <= 9) m_areaLevels[area] = level;
+    if (level < -1 || level > 9) return;
+    OrvoCriticalSection guard(m_areaLock);
+    m_areaLevels[area] = level;
 }
 
 int OrvoLogging::getLogLevel(const string& area) const {
+    OrvoCriticalSection guard(m_areaLock);
     const auto found = m_areaLevels.find(area);
     return found == m_areaLevels.end() ? getLogLevel() : found->second;
 }
@@ -86,61 +90,13 @@ void OrvoLogging::setTarget(int target) {
 void OrvoLogging::enableRecordData(bool enable) { m_recordDataEnabled = enable; }
 
 void OrvoLogging::setCurrentLevel(const string& area, int level) {
-    m_lock->lock();
-    if (level >= -1) {
-        m_currentArea = area;
-        m_currentLevel = level;
-    }
-    m_lock->unlock();
+    OrvoCriticalSection guard(m_lock);
+    if (level < -1) return;
+    m_currentArea = area;
+    m_currentLevel = level;
 }
 
 void OrvoLogging::setCurrentLevel(int level) { setCurrentLevel(string(), level); }
-
-OrvoLogging& OrvoLogging::operator<<(const string& text) {
-    if (getLogAccess()) m_record += text;
-    return *this;
-}
-
-OrvoLogging& OrvoLogging::operator<<(const char* text) {
-    if (getLogAccess()) m_record += text;
-    return *this;
-}
-
-OrvoLogging& OrvoLogging::operator<<(const string_ci& text) {
-    if (getLogAccess()) m_record.append(text.data(), text.size());
-    return *this;
-}
-
-OrvoLogging& OrvoLogging::operator<<(const wstring& text) {
-    if (getLogAccess()) m_record += OrvoStringUtilities::narrow(text, OrvoLocaleFactory::getDefaultLocale());
-    return *this;
-}
-
-OrvoLogging& OrvoLogging::operator<<(const wstring_ci& text) {
-    return *this << wstring(text.data(), text.size());
-}
-
-OrvoLogging& OrvoLogging::operator<<(char character) {
-    if (getLogAccess() && character) m_record += character;
-    return *this;
-}
-
-OrvoLogging& OrvoLogging::operator<<(short value) { return *this << std::to_string(value); }
-OrvoLogging& OrvoLogging::operator<<(unsigned short value) { return *this << std::to_string(value); }
-OrvoLogging& OrvoLogging::operator<<(int value) { return *this << std::to_string(value); }
-OrvoLogging& OrvoLogging::operator<<(unsigned int value) { return *this << std::to_string(value); }
-OrvoLogging& OrvoLogging::operator<<(long value) { return *this << std::to_string(value); }
-OrvoLogging& OrvoLogging::operator<<(unsigned long value) { return *this << std::to_string(value); }
-OrvoLogging& OrvoLogging::operator<<(const long long& value) { return *this << std::to_string(value); }
-OrvoLogging& OrvoLogging::operator<<(float value) { return *this << std::to_string(value); }
-OrvoLogging& OrvoLogging::operator<<(double value) { return *this << std::to_string(value); }
-OrvoLogging& OrvoLogging::operator<<(const void* value) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%p", value);
-    return *this << static_cast<const char*>(text);
-}
-OrvoLogging& OrvoLogging::operator<<(bool value) { return *this << (value ? "true" : "false"); }
-OrvoLogging& OrvoLogging::operator<<(OrvoLogging& (*manipulator)(OrvoLogging&)) { return manipulator(*this); }
 
 void OrvoLogging::handleNotification(OrvoCollaborator&, const OrvoNotification&) {}
 
@@ -149,15 +105,29 @@ void OrvoLogging::startLogging() {
 }
 
 void OrvoLogging::stopLogging(int target) {
-    if ((m_target & fileTarget) == 0 || (target & fileTarget) != 0 || !m_logFile) return;
-    std::fclose(static_cast<std::FILE*>(m_logFile));
-    m_logFile = nullptr;
+    if ((m_target & fileTarget) == 0 || (target & fileTarget) != 0) return;
+    OrvoCriticalSection guard(m_fileLock);
+    m_logFile.reset();
+}
+
+void OrvoLogging::openLogFile() {
+    OrvoCriticalSection guard(m_fileLock);
+    if (m_logFile) return;
+    const string name = logFileName(m_fileName);
+    std::fprintf(stderr, "OrvoLogging: Opening %s for logging...\n", name.c_str());
+    std::unique_ptr<platform::LogFile> file = platform::openLogFile(name);
+    if (file) {
+        m_logFile = std::make_unique<RecordFile>(std::move(file));
+    } else {
+        std::fprintf(stderr, "OrvoLogging: Cannot open log file %s (%d)\n", name.c_str(), errno);
+    }
 }
 
 bool OrvoLogging::getLogAccess() {
-    m_lock->lock();
-    if (m_logLevel < 0 || m_logLevel < m_currentLevel) {
-        m_lock->unlock();
+    m_lock.lock();
+    const std::int32_t level = m_logLevel.load(std::memory_order_relaxed);
+    if (level < 0 || level < m_currentLevel) {
+        m_lock.unlock();
         return false;
     }
     resetTimer();
@@ -165,73 +135,49 @@ bool OrvoLogging::getLogAccess() {
 }
 
 void OrvoLogging::endrecord() {
-    if (!m_lock->testAndSet()) return;
+    if (!m_lock.testAndSet()) return;
+    // Whatever goes wrong while the line is built or written, the next writer finds the lock free.
+    struct End {
+        OrvoLogging& logger;
+        ~End() { logger.makeIdle(); }
+    } end{*this};
+
     cancelTimer();
-    const bool named = !m_currentArea.empty();
-    const int level = named ? getLogLevel(m_currentArea) : getLogLevel();
-    if ((level >= m_currentLevel || m_currentLevel == 0) && !m_record.empty())
-        writeRecord(named ? m_currentArea : "Global");
-    m_record.clear();
-    m_currentLevel = 9;
+    const bool inArea = !m_currentArea.empty();
+    const int level = inArea ? getLogLevel(m_currentArea) : getLogLevel();
+    const bool passes = m_currentLevel == 0 || (level >= 0 && level >= m_currentLevel);
+    if (passes && !m_record.empty()) writeRecord(inArea ? m_currentArea : "Global");
+}
+
+void OrvoLogging::makeIdle() {
+    empty(m_record);
+    empty(m_line);
+    m_currentLevel = idleLevel;
     m_currentArea.clear();
-    m_lock->unwind();
+    m_lock.unwind();
 }
 
 void OrvoLogging::writeRecord(const string& area) {
-    char prefix[512] = "";
-    if (m_recordDataEnabled && m_currentLevel != 0) {
-        const std::time_t now = std::time(nullptr);
-        const std::tm* local = std::localtime(&now);
-        std::snprintf(prefix, sizeof prefix, "%04d%02d%02d_%02d:%02d:%02d %d %-10s [%d] ",
-                      local->tm_year + 1900, local->tm_mon + 1, local->tm_mday, local->tm_hour, local->tm_min,
-                      local->tm_sec, m_currentLevel, area.c_str(), 0);
+    m_line.clear();
+    if (m_recordDataEnabled && m_currentLevel != 0)
+        setRecordPrefix(m_line, OrvoDateTime(), m_currentLevel, area, platform::currentThreadId());
+    m_line += m_record.c_str();  // up to a NUL, as "%s"
+    m_line += '\n';
+
+    const std::int32_t target = m_target;
+    if (target & fileTarget) {
+        OrvoCriticalSection guard(m_fileLock);
+        if (m_logFile) m_logFile->append(m_line);
     }
-    const string line = string(prefix) + m_record.c_str() + "\n";
-    std::FILE* const files[] = {m_target & fileTarget ? static_cast<std::FILE*>(m_logFile) : nullptr,
-                                m_target & consoleTarget ? stdout : nullptr};
-    for (std::FILE* file : files) {
-        if (!file) continue;
-        std::fputs(line.c_str(), file);
-        std::fflush(file);
+    if (target & consoleTarget) {
+        std::fwrite(m_line.data(), 1, m_line.size(), stdout);
+        std::fflush(stdout);
     }
 }
 
-void OrvoLogging::openLogFile() {
-    if (m_logFile) return;
-    string name = m_fileName.substr(0, m_fileName.rfind('.')) + ".log";
-    if (name[0] == '"') name.erase(0, 1);
-    std::fprintf(stderr, "OrvoLogging: Opening %s for logging...\n", name.c_str());
-    m_logFile = std::fopen(name.c_str(), "w");
-    if (!m_logFile) std::fprintf(stderr, "OrvoLogging: Cannot open log file %s (%d)\n", name.c_str(), errno);
-}
-
+// A record that stays open is not timed out.
 void OrvoLogging::resetTimer() {}
 void OrvoLogging::cancelTimer() {}
 void OrvoLogging::timerElapsed() {}
-
-OrvoSetLogLevelManipulator::OrvoSetLogLevelManipulator(Function function, const string& area, int level)
-    : m_function(function), m_area(area), m_level(level) {}
-
-namespace {
-
-OrvoLogging& applyLevel(OrvoLogging& logger, const string& area, int level) {
-    logger.setCurrentLevel(area, level);
-    return logger;
-}
-
-}  // namespace
-
-OrvoLogging& operator<<(OrvoLogging& logger, const OrvoSetLogLevelManipulator& manipulator) {
-    return manipulator.m_function(logger, manipulator.m_area, manipulator.m_level);
-}
-
-OrvoLogging& endrecord(OrvoLogging& logger) {
-    logger.endrecord();
-    return logger;
-}
-
-OrvoSetLogLevelManipulator setloglevel(int level) { return {applyLevel, string(), level}; }
-
-OrvoSetLogLevelManipulator setloglevel(const string& area, int level) { return {applyLevel, area, level}; }
 
 }  // namespace OrvoSupport
