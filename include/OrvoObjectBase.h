@@ -44,6 +44,9 @@ protected:
 
     /// The number of holders; for classes that count in their own way.
     std::atomic<std::uint32_t> m_refCount;
+
+private:
+    std::uint32_t addToCount(std::uint32_t change);
 };
 
 /// A pointer that is one of its object's holders. T derives from OrvoObjectBase, or at least offers addRef()

@@ -7,6 +7,7 @@
 
 class LockImplementation : public LockBase {
 public:
+    /// Check usable() before anything else is done with the mutex.
     explicit LockImplementation(bool useCriticalSection);
     ~LockImplementation() override;
 

@@ -59,18 +59,18 @@ LockImplementation* OrvoCriticalSectionObject::create() {
     if (creation == this) creation = nullptr;
     if (creation) creation->lock();
     LockImplementation* impl = m_impl.load(std::memory_order_acquire);
-    if (!impl) {
-        impl = new (std::nothrow) LockImplementation(m_useCriticalSection);
-        if (impl) {
-            impl->addRef();
-            LockImplementation* first = nullptr;
-            if (!m_impl.compare_exchange_strong(first, impl, std::memory_order_acq_rel)) {
-                impl->release();
-                impl = first;
-            }
-        }
-    }
+    if (!impl) impl = publish(new (std::nothrow) LockImplementation(m_useCriticalSection));
     if (creation) creation->unlock();
+    return impl;
+}
+
+LockImplementation* OrvoCriticalSectionObject::publish(LockImplementation* made) {
+    if (!made) return nullptr;
+    made->addRef();
+    LockImplementation* impl = nullptr;
+    if (made->mutex().usable() && m_impl.compare_exchange_strong(impl, made, std::memory_order_acq_rel))
+        return made;
+    made->release();
     return impl;
 }
 

@@ -1,5 +1,6 @@
 #include "OrvoObjectBase.h"
 
+#include "platform/ThreadCount.h"
 #include "platform/TypeName.h"
 
 namespace OrvoSupport {
@@ -13,12 +14,20 @@ OrvoObjectBase& OrvoObjectBase::operator=(const OrvoObjectBase& other) noexcept 
 
 OrvoObjectBase::~OrvoObjectBase() = default;
 
-unsigned long OrvoObjectBase::addRef() { return m_refCount.fetch_add(1, std::memory_order_relaxed) + 1; }
+unsigned long OrvoObjectBase::addRef() { return addToCount(1); }
 
 unsigned long OrvoObjectBase::release() {
-    // What the other holders did to the object must be seen by the thread that destroys it.
-    const std::uint32_t count = m_refCount.fetch_sub(1, std::memory_order_acq_rel) - 1;
+    const std::uint32_t count = addToCount(static_cast<std::uint32_t>(-1));
     if (count == 0) delete this;
+    return count;
+}
+
+// What the other holders did to the object must be seen by the thread that destroys it. Without other threads
+// the atomic operation, most of the cost, is spared.
+inline std::uint32_t OrvoObjectBase::addToCount(std::uint32_t change) {
+    if (!platform::isOnlyThread()) return m_refCount.fetch_add(change, std::memory_order_acq_rel) + change;
+    const std::uint32_t count = m_refCount.load(std::memory_order_relaxed) + change;
+    m_refCount.store(count, std::memory_order_relaxed);
     return count;
 }
 

@@ -11,8 +11,6 @@ namespace OrvoSupport::platform {
 /// free with depth 0. A thread whose identifier once belonged to the ended holder is another thread. The
 /// critical-section flavour notices nothing of the kind.
 ///
-/// When the system cannot create the lock, operations do nothing and report failure.
-///
 /// Thread safety: any operation from any thread; the destructor may run as soon as the destroying thread has
 /// held the lock last, even while the unlock() before that is still returning on another thread.
 class Mutex {
@@ -23,6 +21,9 @@ public:
     Mutex(const Mutex&) = delete;
     Mutex& operator=(const Mutex&) = delete;
     ~Mutex();
+
+    /// False when the system could not create the lock; then there is nothing to be done with it.
+    bool usable() const { return m_state != nullptr; }
 
     void lock();
     /// Gives up one hold; a thread that holds none changes nothing.

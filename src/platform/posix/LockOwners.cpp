@@ -17,7 +17,7 @@
 
 namespace OrvoSupport::platform {
 
-__thread OwnerId ownerIdOfThisThread = 0;
+__thread OwnerId ownerIdOfThisThread = unregistered;
 
 namespace {
 
@@ -165,7 +165,7 @@ OwnerId registerThisThread() {
     const Access access;
     if (!registry.forkHandled)
         registry.forkHandled = ::pthread_atfork(beforeFork, afterForkInParent, afterForkInChild) == 0;
-    if (++registry.lastId == 0) registry.lastId = 1;
+    if (++registry.lastId == unregistered) registry.lastId = 1;
     ownerIdOfThisThread = registry.lastId;
     if (registry.closed) return ownerIdOfThisThread;
     if (registry.count >= registry.sweepAt) sweep();

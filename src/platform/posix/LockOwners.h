@@ -7,19 +7,18 @@
 namespace OrvoSupport::platform {
 
 /// Names a thread for as long as the library is loaded; unlike the system's thread ids it is not handed out
-/// again. Never 0.
+/// again. 0 is nobody.
 using OwnerId = std::uint32_t;
 
-/// 0 until the thread's first lock. Initial-exec, because it is read in every lock operation; it is trivial,
-/// so that it needs no clean-up that would keep the library in memory.
+/// What a thread is called before its first lock. No lock is ever held under this name.
+constexpr OwnerId unregistered = 0xFFFFFFFF;
+
+/// The calling thread's name. Initial-exec, because it is read in every lock operation; it is trivial, so
+/// that it needs no clean-up that would keep the library in memory.
 extern __thread OwnerId ownerIdOfThisThread __attribute__((tls_model("initial-exec")));
 
+/// Gives the calling thread its name.
 OwnerId registerThisThread();
-
-inline OwnerId thisThread() {
-    const OwnerId id = ownerIdOfThisThread;
-    return __builtin_expect(id != 0, 1) ? id : registerThisThread();
-}
 
 /// True when the thread has ended, be it by returning or by any means that runs no code of its own. When
 /// that cannot be told, false. Takes some system calls; meant for those who have waited for a while.

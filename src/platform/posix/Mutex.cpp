@@ -28,7 +28,7 @@ constexpr std::int64_t tryTime = 100 * millisecond;
 // there, and so that a wake-up that went past it costs no more than that.
 constexpr std::int64_t firstSleep = 250 * microsecond;
 constexpr std::int64_t longestSleep = 128 * millisecond;
-constexpr int spins = 100;
+constexpr int spins = 4;
 
 std::int64_t monotonicTime() {
     timespec now = {};
@@ -65,18 +65,23 @@ enum class Outcome { taken, takenFromTheDead, timedOut };
 struct Mutex::State {
     explicit State(bool watch) : watchesHolder(watch) {}
 
-    bool take(OwnerId self);
-    Outcome takeWithin(OwnerId self, std::int64_t nanoseconds);
-    Outcome sleepUntilTaken(OwnerId self, std::int64_t deadline);
-    void release();
+    bool heldByThisThread() const { return holder.load(std::memory_order_relaxed) == ownerIdOfThisThread; }
+    bool takeAtOnce();
+    Outcome takeWithin(std::int64_t nanoseconds);
+    Outcome sleepUntilTaken(std::int64_t deadline);
+    void takeAgain();
+    void giveUpAll();
 
     std::atomic<OwnerId> holder{0};
-    std::atomic<std::int32_t> depth{0};  // written by the holder only
+    std::atomic<std::int32_t> moreHolds{0};  // beyond the first; 0 while free; written by the holder only
     std::atomic<std::int32_t> sleepers{0};
     const bool watchesHolder;
 };
 
-inline bool Mutex::State::take(OwnerId self) {
+// Takes the lock if it is free.
+inline bool Mutex::State::takeAtOnce() {
+    OwnerId self = ownerIdOfThisThread;
+    if (__builtin_expect(self == unregistered, 0)) self = registerThisThread();
     OwnerId nobody = 0;
     // An atomic exchange is most of what a free lock costs, and with one thread there is nobody to race with.
     if (__libc_single_threaded) {
@@ -87,25 +92,29 @@ inline bool Mutex::State::take(OwnerId self) {
     return holder.compare_exchange_strong(nobody, self, std::memory_order_acquire, std::memory_order_relaxed);
 }
 
+inline void Mutex::State::takeAgain() {
+    moreHolds.store(moreHolds.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+}
+
 // Nothing of the lock is read after the store that frees it: whoever takes it next may destroy it. A sleeper
 // that arrives between the two accesses is not woken and looks again when its first sleep ends.
-inline void Mutex::State::release() {
+inline void Mutex::State::giveUpAll() {
     const bool wake = sleepers.load(std::memory_order_relaxed) != 0;
     holder.store(0, std::memory_order_release);
     if (__builtin_expect(wake, 0)) wakeOne(holder);
 }
 
-Outcome Mutex::State::takeWithin(OwnerId self, std::int64_t nanoseconds) {
-    if (take(self)) return Outcome::taken;
+Outcome Mutex::State::takeWithin(std::int64_t nanoseconds) {
+    if (takeAtOnce()) return Outcome::taken;
     if (nanoseconds == 0) return Outcome::timedOut;
-    return sleepUntilTaken(self, nanoseconds == forEver ? forEver : monotonicTime() + nanoseconds);
+    return sleepUntilTaken(nanoseconds == forEver ? forEver : monotonicTime() + nanoseconds);
 }
 
-Outcome Mutex::State::sleepUntilTaken(OwnerId self, std::int64_t deadline) {
+Outcome Mutex::State::sleepUntilTaken(std::int64_t deadline) {
     std::int64_t sleep = firstSleep;
     for (;;) {
         for (int i = 0; i < spins; ++i) {
-            if (holder.load(std::memory_order_relaxed) == 0 && take(self)) return Outcome::taken;
+            if (holder.load(std::memory_order_relaxed) == 0 && takeAtOnce()) return Outcome::taken;
             pauseBriefly();
         }
         std::int64_t left = sleep;
@@ -121,8 +130,10 @@ Outcome Mutex::State::sleepUntilTaken(OwnerId self, std::int64_t deadline) {
 
         sleep = std::min(2 * sleep, longestSleep);
         if (watchesHolder && hasEnded(other) &&
-            holder.compare_exchange_strong(other, self, std::memory_order_acquire))
+            holder.compare_exchange_strong(other, ownerIdOfThisThread, std::memory_order_acquire)) {
+            moreHolds.store(0, std::memory_order_relaxed);
             return Outcome::takenFromTheDead;
+        }
     }
 }
 
@@ -134,50 +145,45 @@ Mutex::~Mutex() {
 }
 
 void Mutex::lock() {
-    if (!m_state) return;
-    const OwnerId self = thisThread();
-    std::int32_t depth = 0;
-    if (m_state->holder.load(std::memory_order_relaxed) == self)
-        depth = m_state->depth.load(std::memory_order_relaxed);
-    else
-        m_state->takeWithin(self, forEver);
-    m_state->depth.store(depth + 1, std::memory_order_relaxed);
+    State& state = *m_state;
+    if (state.heldByThisThread())
+        state.takeAgain();
+    else if (!state.takeAtOnce())
+        state.sleepUntilTaken(forEver);
 }
 
 void Mutex::unlock() {
-    if (!m_state || m_state->holder.load(std::memory_order_relaxed) != thisThread()) return;
-    const std::int32_t depth = m_state->depth.load(std::memory_order_relaxed) - 1;
-    m_state->depth.store(depth, std::memory_order_relaxed);
-    if (depth == 0) m_state->release();
+    State& state = *m_state;
+    if (!state.heldByThisThread()) return;
+    const std::int32_t more = state.moreHolds.load(std::memory_order_relaxed);
+    if (more > 0)
+        state.moreHolds.store(more - 1, std::memory_order_relaxed);
+    else
+        state.giveUpAll();
 }
 
 bool Mutex::tryLock() {
-    if (!m_state) return false;
-    const OwnerId self = thisThread();
-    if (m_state->holder.load(std::memory_order_relaxed) == self) {
-        lock();
+    State& state = *m_state;
+    if (state.heldByThisThread()) {
+        state.takeAgain();
         return true;
     }
-    switch (m_state->takeWithin(self, m_state->watchesHolder ? tryTime : 0)) {
-        case Outcome::taken: m_state->depth.store(1, std::memory_order_relaxed); return true;
-        case Outcome::takenFromTheDead:
-            m_state->depth.store(0, std::memory_order_relaxed);
-            m_state->release();
-            return false;
-        default: return false;
-    }
+    const Outcome outcome = state.takeWithin(state.watchesHolder ? tryTime : 0);
+    if (outcome == Outcome::takenFromTheDead) state.giveUpAll();
+    return outcome == Outcome::taken;
 }
 
-int Mutex::depth() const { return m_state ? m_state->depth.load(std::memory_order_relaxed) : 0; }
+int Mutex::depth() const {
+    const bool held = m_state->holder.load(std::memory_order_relaxed) != 0;
+    return held ? 1 + m_state->moreHolds.load(std::memory_order_relaxed) : 0;
+}
 
 void Mutex::unwind() {
-    if (!m_state) return;
-    const OwnerId self = thisThread();
-    if (m_state->holder.load(std::memory_order_relaxed) != self &&
-        m_state->takeWithin(self, m_state->watchesHolder ? tryTime : 0) == Outcome::timedOut)
+    State& state = *m_state;
+    if (!state.heldByThisThread() && state.takeWithin(state.watchesHolder ? tryTime : 0) == Outcome::timedOut)
         return;
-    m_state->depth.store(0, std::memory_order_relaxed);
-    m_state->release();
+    state.moreHolds.store(0, std::memory_order_relaxed);
+    state.giveUpAll();
 }
 
 }  // namespace OrvoSupport::platform

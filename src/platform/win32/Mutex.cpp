@@ -86,7 +86,6 @@ Mutex::~Mutex() {
 }
 
 void Mutex::lock() {
-    if (!m_state) return;
     bool abandoned = false;
     if (m_state->useSection)
         ::EnterCriticalSection(&m_state->section);
@@ -96,11 +95,10 @@ void Mutex::lock() {
 }
 
 void Mutex::unlock() {
-    if (m_state && m_state->heldByThisThread()) m_state->leave();
+    if (m_state->heldByThisThread()) m_state->leave();
 }
 
 bool Mutex::tryLock() {
-    if (!m_state) return false;
     if (m_state->useSection) {
         if (!::TryEnterCriticalSection(&m_state->section)) return false;
     } else {
@@ -112,7 +110,7 @@ bool Mutex::tryLock() {
     return true;
 }
 
-int Mutex::depth() const { return m_state ? m_state->depth.load(std::memory_order_relaxed) : 0; }
+int Mutex::depth() const { return m_state->depth.load(std::memory_order_relaxed); }
 
 void Mutex::unwind() {
     if (!tryLock()) return;
