@@ -1,0 +1,98 @@
+// The library comes and goes with its host, any number of times, and leaves nothing behind.
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "support/Plugin.h"
+
+namespace {
+
+using testing_support::isLoaded;
+using testing_support::Plugin;
+using testing_support::Resources;
+using testing_support::resourcesInUse;
+
+/// A thread that outlives the library: it does what it is told, and ends when it is destroyed.
+class LongLivedThread {
+public:
+    LongLivedThread() : m_thread([this] { work(); }) {}
+    ~LongLivedThread() {
+        run({});
+        m_thread.join();
+    }
+
+    /// Waits until the thread has done it; an empty function ends the thread.
+    void run(std::function<void()> task) {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_task = std::move(task);
+        m_pending = true;
+        m_changed.notify_all();
+        m_changed.wait(lock, [this] { return !m_pending; });
+    }
+
+private:
+    void work() {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        for (bool more = true; more;) {
+            m_changed.wait(lock, [this] { return m_pending; });
+            more = static_cast<bool>(m_task);
+            if (more) m_task();
+            m_pending = false;
+            m_changed.notify_all();
+        }
+    }
+
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::function<void()> m_task;
+    bool m_pending = false;
+    std::thread m_thread;
+};
+
+void useOnce(LongLivedThread& longLived, bool ownThread) {
+    const Plugin host("LockUser");
+    ASSERT_TRUE(host.loaded());
+    ASSERT_TRUE(isLoaded("osupt"));
+    auto* const useLocks = host.function<int()>("useLocks");
+    ASSERT_NE(nullptr, useLocks);
+    int failures = useLocks();
+    longLived.run([&] { failures += useLocks(); });
+    if (ownThread) std::thread([&] { failures += useLocks(); }).join();
+    EXPECT_EQ(0, failures);
+}
+
+TEST(LoadUnloadTest, loadsAndUnloadsAThousandTimesWithoutLeaving) {
+    LongLivedThread longLived;
+    const int warmUp = 50;
+    Resources before;
+    for (int i = 0; i < 1000; ++i) {
+        if (i == warmUp) before = resourcesInUse();
+        useOnce(longLived, i % 10 == 0);
+        if (HasFatalFailure()) return;
+        ASSERT_FALSE(isLoaded("osupt")) << "after load " << i;
+    }
+    const Resources after = resourcesInUse();
+    EXPECT_LE(after.threads, before.threads);
+    EXPECT_LE(after.handles, before.handles + 4);
+    EXPECT_LE(after.mappings, before.mappings + 16);
+    EXPECT_LE(after.kilobytes, before.kilobytes + 8 * 1024);
+}
+
+TEST(LoadUnloadTest, threadsThatHeldLocksEndAfterTheLibraryIsGone) {
+    for (int i = 0; i < 20; ++i) {
+        std::vector<LongLivedThread> threads(3);
+        {
+            const Plugin host("LockUser");
+            ASSERT_TRUE(host.loaded());
+            for (LongLivedThread& thread : threads) thread.run([&] { host.function<int()>("useLocks")(); });
+            threads.front().run([&] { host.function<void()>("keepLock")(); });
+        }
+        ASSERT_FALSE(isLoaded("osupt"));
+    }
+}
+
+}  // namespace

@@ -1,0 +1,28 @@
+// A host in a shared library of its own: it brings the library with it when it is loaded, and takes it away
+// again when it is unloaded.
+#include "OrvoCriticalSection.h"
+#include "OrvoObjectBase.h"
+
+namespace {
+
+OrvoSupport::OrvoCriticalSectionObject sharedLock;
+long guarded = 0;
+
+}  // namespace
+
+/// Uses both kinds of lock and counts references; returns 0 when everything was as expected.
+extern "C" int useLocks() {
+    using namespace OrvoSupport;
+    OrvoCriticalSectionObject section(true);
+    const OrvoCriticalSection inner(section);
+    const OrvoSmartPointer<OrvoObjectBase> object(new OrvoObjectBase);
+    for (int i = 0; i < 10; ++i) {
+        const OrvoCriticalSection outer(sharedLock);
+        const OrvoSmartPointer<OrvoObjectBase> again(object);
+        ++guarded;
+    }
+    return section.lockCount() == 1 && object->refCount() == 1 ? 0 : 1;
+}
+
+/// Ends up holding a lock that another thread may find abandoned.
+extern "C" void keepLock() { sharedLock.lock(); }

@@ -1,0 +1,53 @@
+// The library linked into the program. Static objects of the host may be constructed before the library's own
+// and destroyed after them.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <thread>
+
+#include "OrvoCriticalSection.h"
+#include "OrvoObjectBase.h"
+#include "core/ObjectLock.h"
+
+namespace {
+
+using namespace OrvoSupport;
+
+int lockOnTwoThreads(OrvoCriticalSectionObject& lock) {
+    const OrvoCriticalSection guard(lock);
+    const int depth = lock.lockCount();
+    std::thread([&lock] {
+        OrvoCriticalSectionObject own;
+        own.lock();
+        own.unlock();
+        lock.unlock();
+    }).join();
+    return depth;
+}
+
+struct EarlyAndLate {
+    EarlyAndLate() : depth(lockOnTwoThreads(lock)), pointer(new OrvoObjectBase) {}
+    ~EarlyAndLate() {
+        // Nothing can be reported to the test any more; the program fails instead.
+        OrvoCriticalSectionObject late;
+        const OrvoSmartPointer<OrvoObjectBase> again(pointer);
+        if (lockOnTwoThreads(lock) != 1 || lockOnTwoThreads(late) != 1 || pointer->refCount() != 2)
+            std::abort();
+    }
+    OrvoCriticalSectionObject lock;
+    int depth;
+    OrvoSmartPointer<OrvoObjectBase> pointer;
+} earlyAndLate;
+
+TEST(StaticBuildTest, locksAndCountsBeforeMain) {
+    EXPECT_EQ(1, earlyAndLate.depth);
+    EXPECT_EQ(1u, earlyAndLate.pointer->refCount());
+    EXPECT_EQ(0, earlyAndLate.lock.lockCount());
+}
+
+TEST(StaticBuildTest, theObjectLockStandsWhenTheProgramRuns) {
+    ASSERT_NE(nullptr, objectLock());
+    EXPECT_EQ(0, objectLock()->lockCount());
+}
+
+}  // namespace
