@@ -70,6 +70,46 @@ TEST(OrvoStringUtilitiesTest, theResultMayBeFourTimesAsLongAsTheText) {
     EXPECT_EQ(faces, OrvoStringUtilities::widen(narrow, utf8Locale()));
 }
 
+// A long text is converted in pieces inside; no cut may show, wherever it falls.
+TEST(OrvoStringUtilitiesTest, longTextsConvertAsOneRange) {
+    const auto& facet = std::use_facet<std::ctype<wchar_t>>(utf8Locale());
+    const char* const units[] = {"\xC3\xA4",          "\xE2\x82\xAC", "\xF0\x9F\x98\x80",
+                                 "a\xF0\x9F\x98\x80", "\x80",         "\xBF\xE2\x82\xAC",
+                                 "\xE2\x82",          "\xF0\x9F\x98", "\xC3\xC3\xA4\x80"};
+    for (const char* unit : units) {
+        for (std::size_t shift = 0; shift < 8; ++shift) {
+            string text(shift, 'x');
+            while (text.size() < 5000) text += unit;
+            wstring wide(4 * text.size() + 1, L'\0');
+            facet.widen(text.data(), text.data() + text.size(), wide.data());
+            wide.resize(wide.find(L'\0'));
+            ASSERT_EQ(wide, OrvoStringUtilities::widen(text, utf8Locale())) << unit << shift;
+
+            string narrow(4 * wide.size() + 1, '\0');
+            facet.narrow(wide.data(), wide.data() + wide.size(), ' ', narrow.data());
+            narrow.resize(narrow.find('\0'));
+            ASSERT_EQ(narrow, OrvoStringUtilities::narrow(wide, utf8Locale())) << unit << shift;
+        }
+    }
+}
+
+TEST(OrvoStringUtilitiesTest, longTextsEndAtTheFirstNulToo) {
+    const string start(3000, 'a');
+    EXPECT_EQ(wstring(3000, L'a'), OrvoStringUtilities::widen(start + '\0' + start, utf8Locale()));
+    EXPECT_EQ(start, OrvoStringUtilities::narrow(wstring(3000, L'a') + L'\0' + L"b", utf8Locale()));
+}
+
+TEST(OrvoStringUtilitiesTest, aFacetDerivedFromOneOfTheLibraryIsAsked) {
+    struct Shouting : utf8_ctype {
+        using utf8_ctype::do_widen;
+        const char* do_widen(const char* first, const char* last, wchar_t* dest) const override {
+            for (const char* c = first; c != last; ++c) *dest++ = toupper(static_cast<wchar_t>(*c));
+            return first;
+        }
+    };
+    EXPECT_EQ(L"ABC", OrvoStringUtilities::widen("abc", std::locale(std::locale::classic(), new Shouting)));
+}
+
 // Records what it is handed, and writes as much as a facet may.
 class GreedyFacet : public std::ctype<wchar_t> {
 public:

@@ -10,9 +10,13 @@ namespace OrvoSupport::platform {
 namespace {
 
 constexpr std::size_t blockSize = 16;
-constexpr wchar_t replacement = 0xFFFD;
+constexpr std::uint32_t replacement = 0xFFFD;
 
-// Text is mostly ASCII in most languages' files, so runs of it are copied a block at a time.
+std::uint32_t byteAt(const char* text) { return static_cast<unsigned char>(*text); }
+
+bool isAscii(char c) { return static_cast<unsigned char>(c) < 0x80; }
+bool isAscii(wchar_t c) { return static_cast<std::uint32_t>(c) < 0x80; }
+
 bool isAsciiBlock(const char* text) {
     std::uint64_t halves[2];
     std::memcpy(halves, text, blockSize);
@@ -25,91 +29,106 @@ bool isAsciiBlock(const wchar_t* text) {
     return all < 0x80;
 }
 
-bool isContinuation(unsigned char byte) { return (byte & 0xC0) == 0x80; }
-
-// What may follow a lead byte: how many bytes, and where the first of them must lie.
-struct Lead {
-    int following;
-    unsigned char least, most;
-};
-
-Lead leadOf(unsigned char byte) {
-    if (byte < 0xC2 || byte > 0xF4) return {0, 0, 0};
-    if (byte < 0xE0) return {1, 0x80, 0xBF};
-    if (byte < 0xF0)
-        return {2, byte == 0xE0 ? std::uint8_t{0xA0} : std::uint8_t{0x80},
-                byte == 0xED ? std::uint8_t{0x9F} : std::uint8_t{0xBF}};
-    return {3, byte == 0xF0 ? std::uint8_t{0x90} : std::uint8_t{0x80},
-            byte == 0xF4 ? std::uint8_t{0x8F} : std::uint8_t{0xBF}};
+// Copies the ASCII characters that the range starts with, a block at a time as long as that goes; most text
+// of most languages is made of them.
+template <class From, class To>
+void copyAsciiRun(const From*& text, const From* end, To*& out) {
+    while (static_cast<std::size_t>(end - text) >= blockSize && isAsciiBlock(text)) {
+        for (std::size_t i = 0; i < blockSize; ++i) out[i] = static_cast<To>(text[i]);
+        text += blockSize;
+        out += blockSize;
+    }
+    while (text != end && isAscii(*text)) *out++ = static_cast<To>(*text++);
 }
 
-// Reads the character, or the maximal ill-formed part, at `text`, which starts with a byte above 0x7F.
-const unsigned char* readUtf8(const unsigned char* text, const unsigned char* end, wchar_t& character) {
-    const Lead lead = leadOf(*text);
-    std::uint32_t value = *text++ & (0x3Fu >> lead.following);
-    character = replacement;
-    if (lead.following == 0 || text == end || *text < lead.least || *text > lead.most) return text;
-    value = value << 6 | (*text++ & 0x3Fu);
+bool isContinuation(std::uint32_t byte) { return (byte & 0xC0) == 0x80; }
+bool isSurrogate(std::uint32_t value) { return (value & 0xFFFFF800u) == 0xD800; }
+
+// How many bytes follow a lead byte, and where the first of them must lie; nothing follows what is none.
+struct Lead {
+    int following;
+    std::uint32_t least, most;
+};
+
+Lead leadOf(std::uint32_t byte) {
+    if (byte < 0xC2 || byte > 0xF4) return {0, 0, 0};
+    if (byte < 0xE0) return {1, 0x80, 0xBF};
+    if (byte < 0xF0) return {2, byte == 0xE0 ? 0xA0u : 0x80u, byte == 0xED ? 0x9Fu : 0xBFu};
+    return {3, byte == 0xF0 ? 0x90u : 0x80u, byte == 0xF4 ? 0x8Fu : 0xBFu};
+}
+
+// Reads the character that starts at `text`, or the maximal ill-formed part there.
+std::uint32_t readSequence(const char*& text, const char* end) {
+    const Lead lead = leadOf(byteAt(text));
+    std::uint32_t value = byteAt(text++) & (0x3Fu >> lead.following);
+    if (lead.following == 0 || text == end || byteAt(text) < lead.least || byteAt(text) > lead.most)
+        return replacement;
+    value = value << 6 | (byteAt(text++) & 0x3F);
     for (int left = lead.following - 1; left > 0; --left) {
-        if (text == end || !isContinuation(*text)) return text;
-        value = value << 6 | (*text++ & 0x3Fu);
+        if (text == end || !isContinuation(byteAt(text))) return replacement;
+        value = value << 6 | (byteAt(text++) & 0x3F);
     }
-    character = static_cast<wchar_t>(value);
-    return text;
+    return value;
+}
+
+// The same, with a short way for well-formed sequences of two and three bytes.
+std::uint32_t readCharacter(const char*& text, const char* end) {
+    const std::uint32_t lead = byteAt(text);
+    if (end - text >= 3 && isContinuation(byteAt(text + 1))) {
+        const std::uint32_t second = byteAt(text + 1) & 0x3F;
+        if (lead >= 0xC2 && lead < 0xE0) {
+            text += 2;
+            return (lead & 0x1F) << 6 | second;
+        }
+        const std::uint32_t value = (lead & 0x0F) << 12 | second << 6 | (byteAt(text + 2) & 0x3F);
+        if ((lead & 0xF0) == 0xE0 && isContinuation(byteAt(text + 2)) && value >= 0x800 &&
+            !isSurrogate(value)) {
+            text += 3;
+            return value;
+        }
+    }
+    return readSequence(text, end);
 }
 
 std::size_t utf8ToWide(const char* text, std::size_t length, wchar_t* dest) {
     const char* const end = text + length;
     wchar_t* out = dest;
     while (text != end) {
-        if (static_cast<std::size_t>(end - text) >= blockSize && isAsciiBlock(text)) {
-            for (std::size_t i = 0; i < blockSize; ++i) out[i] = static_cast<unsigned char>(text[i]);
-            text += blockSize;
-            out += blockSize;
-        } else if (static_cast<unsigned char>(*text) < 0x80) {
-            *out++ = static_cast<wchar_t>(*text++);
-        } else {
-            text =
-                reinterpret_cast<const char*>(readUtf8(reinterpret_cast<const unsigned char*>(text),
-                                                       reinterpret_cast<const unsigned char*>(end), *out++));
-        }
+        if (isAscii(*text))
+            copyAsciiRun(text, end, out);
+        else
+            *out++ = static_cast<wchar_t>(readCharacter(text, end));
     }
     return static_cast<std::size_t>(out - dest);
 }
 
 char continuation(std::uint32_t value) { return static_cast<char>(0x80 | (value & 0x3F)); }
 
-char* writeUtf8(std::uint32_t value, char* out) {
-    if ((value >= 0xD800 && value <= 0xDFFF) || value > 0x10FFFF) value = replacement;
-    if (value < 0x80) {
-        *out++ = static_cast<char>(value);
-    } else if (value < 0x800) {
+// Writes a character beyond ASCII.
+void writeCharacter(std::uint32_t value, char*& out) {
+    if (isSurrogate(value) || value > 0x10FFFF) value = replacement;
+    if (value < 0x800) {
         *out++ = static_cast<char>(0xC0 | value >> 6);
-        *out++ = continuation(value);
-    } else if (value < 0x10000) {
-        *out++ = static_cast<char>(0xE0 | value >> 12);
-        *out++ = continuation(value >> 6);
-        *out++ = continuation(value);
     } else {
-        *out++ = static_cast<char>(0xF0 | value >> 18);
-        *out++ = continuation(value >> 12);
+        if (value < 0x10000) {
+            *out++ = static_cast<char>(0xE0 | value >> 12);
+        } else {
+            *out++ = static_cast<char>(0xF0 | value >> 18);
+            *out++ = continuation(value >> 12);
+        }
         *out++ = continuation(value >> 6);
-        *out++ = continuation(value);
     }
-    return out;
+    *out++ = continuation(value);
 }
 
 std::size_t wideToUtf8(const wchar_t* text, std::size_t length, char* dest) {
     const wchar_t* const end = text + length;
     char* out = dest;
     while (text != end) {
-        if (static_cast<std::size_t>(end - text) >= blockSize && isAsciiBlock(text)) {
-            for (std::size_t i = 0; i < blockSize; ++i) out[i] = static_cast<char>(text[i]);
-            text += blockSize;
-            out += blockSize;
-        } else {
-            out = writeUtf8(static_cast<std::uint32_t>(*text++), out);
-        }
+        if (isAscii(*text))
+            copyAsciiRun(text, end, out);
+        else
+            writeCharacter(static_cast<std::uint32_t>(*text++), out);
     }
     return static_cast<std::size_t>(out - dest);
 }
