@@ -14,7 +14,8 @@ OSUPT_API bool OrvoExecuteProgram(const string& commandLine, bool wait, void** p
 ///
 /// The first word of the command line is the program; a path with blanks stands in double quotes. On Windows
 /// the line goes to CreateProcess. Elsewhere it is split into the arguments that the Microsoft C run-time
-/// library would make of it, no shell is involved, and a program name without a slash is looked for in PATH.
+/// library would make of it, no shell is involved, and a program name without a slash is looked for in PATH
+/// only (a document also in the current folder).
 /// A line that names a file which is not a program is opened with the system's program for such files
 /// (ShellExecute with "open"; xdg-open): the result is true and the exit code 0 whatever comes of that.
 ///

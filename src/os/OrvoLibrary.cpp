@@ -1,8 +1,7 @@
 #include "OrvoLibrary.h"
 
-#include <atomic>
 #include <memory>
-#include <thread>
+#include <mutex>
 
 #include "OrvoException.h"
 #include "platform/Module.h"
@@ -14,28 +13,20 @@ namespace {
 // an address alone would make a late copy release somebody else's module. A plain list without
 // destructor: static objects of a host may still use it while the process ends.
 struct Loading {
-    void* module;
-    unsigned number;
-    Loading* next;
+    void* module = nullptr;
+    unsigned number = 0;
+    Loading* next = nullptr;
 };
 
 Loading* loadings = nullptr;
 unsigned lastNumber = 0;
-std::atomic_flag listLock = ATOMIC_FLAG_INIT;
 
-// Held for the length of a walk only, never while the system loads or unloads.
-class ListGuard {
-public:
-    ListGuard() {
-        while (listLock.test_and_set(std::memory_order_acquire)) std::this_thread::yield();
-    }
-    ~ListGuard() { listLock.clear(std::memory_order_release); }
-    ListGuard(const ListGuard&) = delete;
-    ListGuard& operator=(const ListGuard&) = delete;
-};
+// Held while the system loads or unloads, so that no thread is handed a module that another one is about to
+// unload. Recursive, because a module's own initialisation may load modules.
+std::recursive_mutex modulesLock;
+using ModulesGuard = std::lock_guard<std::recursive_mutex>;
 
 unsigned remember(Loading* loading) {
-    const ListGuard guard;
     loading->number = ++lastNumber;
     loading->next = loadings;
     loadings = loading;
@@ -43,7 +34,6 @@ unsigned remember(Loading* loading) {
 }
 
 bool isGood(void* module, unsigned number) {
-    const ListGuard guard;
     for (const Loading* loading = loadings; loading; loading = loading->next)
         if (loading->module == module && loading->number == number) return true;
     return false;
@@ -51,11 +41,7 @@ bool isGood(void* module, unsigned number) {
 
 // Forgets every loading of a module; false when the one asked for was forgotten already.
 bool forgetAll(void* module, unsigned number) {
-    const ListGuard guard;
-    bool found = false;
-    for (const Loading* loading = loadings; loading; loading = loading->next)
-        found = found || (loading->module == module && loading->number == number);
-    if (!found) return false;
+    if (!isGood(module, number)) return false;
     for (Loading** at = &loadings; *at;) {
         Loading* const loading = *at;
         if (loading->module != module) {
@@ -71,13 +57,18 @@ bool forgetAll(void* module, unsigned number) {
 }  // namespace
 
 OrvoLibrary::OrvoLibrary(const string& name) : m_name(name), m_module(nullptr), m_loadedAs(0) {
-    std::unique_ptr<Loading> loading(new Loading{nullptr, 0, nullptr});
+    auto loading = std::make_unique<Loading>();
     string failure;
-    m_module = platform::loadModule(m_name, failure);
+    {
+        const ModulesGuard guard(modulesLock);
+        m_module = platform::loadModule(m_name, failure);
+        if (m_module) {
+            loading->module = m_module;
+            m_loadedAs = remember(loading.release());
+        }
+    }
     if (!m_module)
         throw OrvoException(string("OrvoLibrary::OrvoLibrary: failed to load: ") + m_name + ".  " + failure);
-    loading->module = m_module;
-    m_loadedAs = remember(loading.release());
 }
 
 OrvoLibrary::OrvoLibrary(const OrvoLibrary& other) = default;
@@ -86,12 +77,15 @@ OrvoLibrary& OrvoLibrary::operator=(const OrvoLibrary& other) = default;
 
 // Whatever the load count is: who destroys a library wants the file free again, to replace it.
 OrvoLibrary::~OrvoLibrary() {
-    if (m_module && forgetAll(m_module, m_loadedAs)) platform::unloadModule(m_module);
+    if (!m_module) return;
+    const ModulesGuard guard(modulesLock);
+    if (forgetAll(m_module, m_loadedAs)) platform::unloadModule(m_module);
 }
 
 void* OrvoLibrary::getProcAddr(const string& symbol) {
-    if (!m_module || !isGood(m_module, m_loadedAs)) return nullptr;
-    return platform::findSymbol(m_module, symbol);
+    if (!m_module) return nullptr;
+    const ModulesGuard guard(modulesLock);
+    return isGood(m_module, m_loadedAs) ? platform::findSymbol(m_module, symbol) : nullptr;
 }
 
 }  // namespace OrvoSupport

@@ -3,8 +3,11 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <memory>
+#include <thread>
 #include <type_traits>
+#include <vector>
 
 #include "OrvoException.h"
 #include "os/SystemProbe.h"
@@ -155,6 +158,23 @@ TEST(OrvoLibrary, endsWithAModuleThatTheSystemNeverLetsGo) {
         EXPECT_NE(nullptr, library.getProcAddr(system_probe::permanentSymbol));
     }
     EXPECT_TRUE(isLoaded(system_probe::permanentModule));
+}
+
+TEST(OrvoLibrary, isSafeWhereThreadsLoadAndUnloadOneModule) {
+    std::vector<std::thread> threads;
+    std::atomic<int> wrong{0};
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&wrong] {
+            for (int i = 0; i < 200; ++i) {
+                OrvoLibrary library(modulePath());
+                OrvoLibrary copy(library);
+                library.getProcAddr("osuptTestAnswer");  // there, or null when another thread was faster
+                if (copy.getProcAddr("osuptNoSuchSymbol")) ++wrong;
+            }
+        });
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(0, wrong);
+    EXPECT_FALSE(isLoaded(modulePath()));
 }
 
 TEST(OrvoLibrary, isAReferenceCountedObject) {

@@ -51,17 +51,18 @@ OTHER_PROCESS void closeFrom(unsigned int first) {
     for (unsigned int fd = first; fd < limit.rlim_cur; ++fd) ::syscall(SYS_close, fd);
 }
 
-// Both are first copied out of the way, since each may stand where the other is to go.
+// What stands at one of the places to be filled is first copied out of the way; nothing else is, since there
+// may be no free descriptor.
 OTHER_PROCESS bool setStandardStreams(int input, int output) {
-    const int from[] = {input, output};
-    int copy[] = {-1, -1};
+    int from[] = {input, output};
     for (int fd = 0; fd < 2; ++fd) {
-        if (from[fd] == -1) continue;
-        copy[fd] = static_cast<int>(::syscall(SYS_fcntl, from[fd], F_DUPFD, 3));
-        if (copy[fd] < 0) return false;
+        if (from[fd] == -1) from[fd] = fd;
+        if (from[fd] == fd || from[fd] >= 3) continue;
+        from[fd] = static_cast<int>(::syscall(SYS_fcntl, from[fd], F_DUPFD, 3));
+        if (from[fd] < 0) return false;
     }
     for (int fd = 0; fd < 2; ++fd)
-        if (copy[fd] != -1 && ::syscall(SYS_dup3, copy[fd], fd, 0) < 0) return false;
+        if (from[fd] != fd && ::syscall(SYS_dup3, from[fd], fd, 0) < 0) return false;
     for (int fd = 0; fd < 3; ++fd) ::syscall(SYS_fcntl, fd, F_SETFD, 0);
     return true;
 }

@@ -107,6 +107,19 @@ OSUPT_CHILD(noStreams) {
     return system_probe::openHandles() == before ? 0 : 3;
 }
 
+OSUPT_CHILD(noFreeDescriptor) {
+    void* const output = system_probe::openOutput(arguments.at(0));
+    rlimit limit = {};
+    ::getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = 64;
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+    while (::open("/dev/null", O_RDONLY) >= 0) {
+    }
+    int exitCode = 1;
+    OrvoExecuteProgramEx("/bin/echo text", own(), output, true, nullptr, &exitCode);
+    return exitCode;
+}
+
 TEST(OrvoExecuteProgramOnLinux, adds128ToTheSignalThatEndedAProgram) {
     EXPECT_EQ(128 + SIGKILL, exitCodeOf("/bin/sh -c \"kill -9 $$\""));
     EXPECT_EQ(128 + SIGTERM, exitCodeOf("/bin/sh -c \"kill -15 $$\""));
@@ -200,6 +213,13 @@ TEST(OrvoExecuteProgramOnLinux, worksWithoutStandardStreams) {
     EXPECT_EQ(0, host.wait());
 }
 
+TEST(OrvoExecuteProgramOnLinux, needsNoFreeDescriptor) {
+    const TempFolder folder;
+    ChildProcess host("noFreeDescriptor", {folder.file("output")});
+    EXPECT_EQ(0, host.wait());
+    EXPECT_EQ("text\n", testing_support::readFile(folder.file("output")));
+}
+
 TEST(OrvoExecuteProgramOnLinux, failsWithADescriptorThatIsNotOpen) {
     const Recorder log(1);
     int exitCode = 0;
@@ -222,6 +242,8 @@ TEST(OrvoExecuteProgramOnLinux, looksForANameWithoutSlashInThePath) {
     EXPECT_EQ(22, exitCodeOf("osupt-tool"));
     EXPECT_EQ(22, exitCodeOf("\"osupt-tool\" a"));
     EXPECT_EQ(-1, exitCodeOf("osupt-other-tool"));
+    const ScopedVariable none("PATH", "");  // an empty folder is the current one
+    EXPECT_EQ(-1, exitCodeOf("osupt-tool"));
 }
 
 TEST(OrvoExecuteProgramOnLinux, runsAProgramWhosePathHasBlanks) {
