@@ -37,6 +37,7 @@ struct Resources {
     long handles = 0;    ///< handles or descriptors
     long mappings = 0;   ///< 0 where the system does not tell
     long kilobytes = 0;  ///< memory in use
+    long heapBytes = 0;  ///< handed out by the C library; 0 where it does not tell
 };
 Resources resourcesInUse();
 

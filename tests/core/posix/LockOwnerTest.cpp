@@ -23,14 +23,14 @@ using namespace OrvoSupport;
 /// Runs the work on a new thread that is then ended by the kernel alone. Returns the thread's id once it is
 /// gone. The thread counts as detached, since nothing is left of it that could be joined.
 pid_t runAndEndOutright(const std::function<void()>& work) {
-    std::atomic<pid_t> id{0};
-    std::thread([&] {
+    const auto id = std::make_shared<std::atomic<pid_t>>(0);
+    std::thread([id, &work] {
         work();
-        id = ::gettid();
+        *id = ::gettid();
         ::syscall(SYS_exit, 0);
     }).detach();
-    while (id == 0 || ::tgkill(::getpid(), id, 0) == 0) std::this_thread::yield();
-    return id;
+    while (*id == 0 || ::tgkill(::getpid(), *id, 0) == 0) std::this_thread::yield();
+    return *id;
 }
 
 /// Starts a thread that is given the id of one that has ended; null when the system does not let us choose.
@@ -39,13 +39,13 @@ std::unique_ptr<std::thread> startWithId(pid_t id, const std::function<void()>& 
         std::ofstream last("/proc/sys/kernel/ns_last_pid");
         last << id - 1 << std::flush;
         if (!last) return nullptr;
-        std::promise<bool> right;
-        auto thread = std::make_unique<std::thread>([&right, id, work] {
-            const bool got = ::gettid() == id;
-            right.set_value(got);
-            if (got) work();
+        const auto given = std::make_shared<std::atomic<pid_t>>(0);
+        auto thread = std::make_unique<std::thread>([given, id, work] {
+            *given = ::gettid();
+            if (*given == id) work();
         });
-        if (right.get_future().get()) return thread;
+        while (*given == 0) std::this_thread::yield();
+        if (*given == id) return thread;
         thread->join();
     }
     return nullptr;
@@ -77,15 +77,18 @@ TEST(LockOwnerTest, testAndSetLeavesALockFreeWhoseHolderWasEndedOutright) {
 
 TEST(LockOwnerTest, waitersGoOnWhenTheHolderIsEndedWhileTheyWait) {
     OrvoCriticalSectionObject lock;
-    std::promise<void> locked;
-    std::atomic<bool> end{false};
-    std::thread([&] {
+    struct Signals {
+        std::atomic<bool> locked{false};
+        std::atomic<bool> end{false};
+    };
+    const auto signals = std::make_shared<Signals>();
+    std::thread([&lock, signals] {
         lock.lock();
-        locked.set_value();
-        while (!end) std::this_thread::yield();
+        signals->locked = true;
+        while (!signals->end) std::this_thread::yield();
         ::syscall(SYS_exit, 0);
     }).detach();
-    locked.get_future().wait();
+    while (!signals->locked) std::this_thread::yield();
     auto waiter = std::async(std::launch::async, [&] {
         lock.lock();
         const int depth = lock.lockCount();
@@ -93,7 +96,7 @@ TEST(LockOwnerTest, waitersGoOnWhenTheHolderIsEndedWhileTheyWait) {
         return depth;
     });
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    end = true;
+    signals->end = true;
     EXPECT_EQ(1, waiter.get());
 }
 

@@ -3,6 +3,7 @@
 
 #include <dirent.h>
 #include <dlfcn.h>
+#include <malloc.h>
 #include <stdio.h>
 #include <unistd.h>
 
@@ -59,6 +60,7 @@ Resources resourcesInUse() {
     long pages = 0;
     std::ifstream("/proc/self/statm") >> pages >> pages;
     now.kilobytes = pages * (::sysconf(_SC_PAGESIZE) / 1024);
+    now.heapBytes = static_cast<long>(::mallinfo2().uordblks);
     return now;
 }
 
