@@ -168,10 +168,12 @@ TEST_F(CtypeFacetsTest, writesNothingPastFourUnitsForEachUnitOfInput) {
         const wstring text(size, static_cast<wchar_t>(0xFFFF));
         for (const Facet* facet : {&m_ansi, &m_utf8}) {
             wchar_t* const wideDest = reinterpret_cast<wchar_t*>(memory.last(4 * size * sizeof(wchar_t)));
+            wideDest[size - 1] = L'\0';
             facet->widen(narrow.data(), narrow.data() + size, wideDest);
-            EXPECT_EQ(facet == &m_ansi ? L'\x00F0' : L'\xFFFD', wideDest[size - 1]);
+            EXPECT_NE(L'\0', wideDest[size - 1]);
+            *memory.last(4 * size) = '\0';
             facet->narrow(text.data(), text.data() + size, ' ', memory.last(4 * size));
-            EXPECT_NE(' ', *memory.last(4 * size));
+            EXPECT_NE('\0', *memory.last(4 * size));
         }
     }
 }
@@ -310,6 +312,7 @@ TEST_F(AnsiFacetTest, narrowsWhatHasNoLookAlikeToQuestionMarks) {
                                    0x4E2D, 0xD800, 0xDFFF, 0xFFFD, 0xFFFF};
     for (const char32_t character : characters)
         EXPECT_EQ("?", narrowed(m_ansi, wide(character))) << character;
+    EXPECT_EQ("a?!", OrvoStringUtilities::narrow(L"a\x4E2D!", m_ansiLocale));
     EXPECT_EQ(string(wide(0x1F600).size(), '?'), narrowed(m_ansi, wide(0x1F600)));
 }
 
