@@ -52,6 +52,26 @@ void parseFloor(benchmark::State& state) {
 }
 BENCHMARK(parseFloor)->Name("parse/floor:strptime+mktime");
 
+void parseNumericOurs(benchmark::State& state) {
+    const OrvoSupport::string numeric = "15/03/2009 10:20:30";
+    OrvoDateTime value;
+    for (auto _ : state) {
+        value = numeric;
+        benchmark::DoNotOptimize(value.getSecond() + 0);
+    }
+}
+BENCHMARK(parseNumericOurs)->Name("parseNumeric/ours");
+
+void parseNumericFloor(benchmark::State& state) {
+    for (auto _ : state) {
+        std::tm fields{};
+        ::strptime("15/03/2009 10:20:30", "%d/%m/%Y %H:%M:%S", &fields);
+        fields.tm_isdst = -1;
+        benchmark::DoNotOptimize(::mktime(&fields) + 0);
+    }
+}
+BENCHMARK(parseNumericFloor)->Name("parseNumeric/floor:strptime+mktime");
+
 /// One month at a time through twenty years and back, clock changes included.
 void addMonthOurs(benchmark::State& state) {
     OrvoDateTime value;

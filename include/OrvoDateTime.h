@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <ctime>
 #include <locale>
+#include <optional>
 
 #include "OrvoException.h"
 #include "OrvoExport.h"
@@ -123,6 +124,7 @@ private:
     static wstring constructTimeString(const std::tm& fields, const std::locale& locale, char conversion);
     void adjustInstanceId();
 
+    const std::locale& locale() const;
     std::tm storedFields() const;
     std::tm localFields() const;
     void store(const std::tm& fields);
@@ -133,7 +135,7 @@ private:
     std::uint32_t m_hour;
     std::uint32_t m_minute;
     std::uint32_t m_second;
-    std::locale m_locale;
+    std::optional<std::locale> m_locale;  // without one, the library's default
     std::uint32_t m_instanceId;
 
     static std::atomic<std::uint32_t> m_objectCounter;

@@ -13,8 +13,8 @@ std::int64_t calendarSeconds();
 /// Nanoseconds of a clock that never goes back, from an unspecified start.
 std::int64_t monotonicNanoseconds();
 
-/// The local time of an instant between 1 January 1970 UTC and the end of the local year 3000. Returns false,
-/// and leaves `fields` alone, outside.
+/// The local time of an instant between 1 January 1970 UTC and the end of the local year 3000. Returns false
+/// outside, with nothing of use in `fields`.
 bool toLocal(std::int64_t seconds, std::tm& fields);
 
 /// The same in UTC; reaches far enough for every instant that toLocal() takes.
@@ -27,10 +27,10 @@ bool toUtc(std::int64_t seconds, std::tm& fields);
 /// after, is not one of 1970 to 3000.
 std::int64_t fromLocal(std::tm& fields);
 
-/// fromLocal() for a time whose offset from UTC (local minus UTC, in seconds) is probably `offset`, with the
-/// daylight flag that goes with that offset. The answer is the same, but cheaper when the guess is right, and
-/// the zone is the one that the last fromLocal() found.
-std::int64_t fromLocalNear(std::tm& fields, std::int64_t offset);
+/// fromLocal() for an existing date whose instant is probably `guess` and whose daylight flag is known. The
+/// answer is the same, but cheaper when the guess is right; the zone is the one that the last fromLocal()
+/// found.
+std::int64_t fromLocalNear(std::tm& fields, std::int64_t guess);
 
 /// The instant of a UTC time of the years 1970 to 3000 whose fields are in their ranges.
 std::int64_t fromUtc(const std::tm& fields);

@@ -6,6 +6,7 @@
 #include <optional>
 #include <stdexcept>
 
+#include "text/DefaultLocale.h"
 #include "text/LocaleFacets.h"
 
 namespace OrvoSupport {
@@ -116,6 +117,13 @@ std::locale OrvoLocaleFactory::getLocale(Language language) {
 
 std::locale OrvoLocaleFactory::getDefaultLocale(bool /*reload*/) {
     return filled(initializeLanguageCountryCode).defaultLocale;
+}
+
+const std::locale& defaultLocale() {
+    const Tables* current = tables.get();
+    if (current) return current->defaultLocale;
+    OrvoLocaleFactory::getDefaultLocale();
+    return tables.get()->defaultLocale;
 }
 
 string OrvoLocaleFactory::getLanguage(const std::locale& locale) {

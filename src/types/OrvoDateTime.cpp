@@ -1,8 +1,8 @@
 // OrvoDateTime: the value, its setters and its arithmetic.
 #include "OrvoDateTime.h"
 
-#include "OrvoLocaleFactory.h"
 #include "platform/Clock.h"
+#include "text/DefaultLocale.h"
 #include "types/Calendar.h"
 #include "types/DateTimeText.h"
 
@@ -35,30 +35,32 @@ std::tm standardTime(unsigned int day, unsigned int month, unsigned int year, un
     return fields;
 }
 
-/// Adds to one field and brings date and time into their ranges, as if days were all alike. Returns false for
-/// amounts that lead out of the supported years whatever the date is.
-bool move(std::tm& fields, OrvoDateTime::FieldId_t field, int amount) {
+/// Adds to one field and brings date and time into their ranges, as if days were all alike; `seconds` becomes
+/// calendar::secondsOf() them. Returns false for amounts that lead out of the supported years whatever the
+/// date is.
+bool move(std::tm& fields, OrvoDateTime::FieldId_t field, int amount, std::int64_t& seconds) {
     constexpr int tooMany = 12 * 2 * (calendar::lastYear - calendar::firstYear);
     const bool far = amount > tooMany || amount < -tooMany;
-    std::int64_t seconds = amount;
+    std::int64_t step = amount;
     switch (field) {
         case OrvoDateTime::Month:
             if (far) return false;
             fields.tm_mon += amount;
-            seconds = 0;
+            step = 0;
             break;
         case OrvoDateTime::Year:
             if (far) return false;
             fields.tm_year += amount;
-            seconds = 0;
+            step = 0;
             break;
-        case OrvoDateTime::Day: seconds *= 86400; break;
-        case OrvoDateTime::Hour: seconds *= 3600; break;
-        case OrvoDateTime::Minute: seconds *= 60; break;
+        case OrvoDateTime::Day: step *= 86400; break;
+        case OrvoDateTime::Hour: step *= 3600; break;
+        case OrvoDateTime::Minute: step *= 60; break;
         case OrvoDateTime::Second: break;
-        default: seconds = 0;
+        default: step = 0;
     }
-    calendar::fieldsOf(calendar::secondsOf(fields) + seconds, fields);
+    seconds = calendar::secondsOf(fields) + step;
+    calendar::fieldsOf(seconds, fields);
     return true;
 }
 
@@ -75,8 +77,27 @@ bool failToMove(string& message, OrvoDateTime::FieldId_t field, int amount) {
 
 std::atomic<std::uint32_t> OrvoDateTime::m_objectCounter{0};
 
-OrvoDateTime::OrvoDateTime() : m_locale(OrvoLocaleFactory::getDefaultLocale()) {
-    std::tm now{};
+// These two are used in this file alone; inline, they cost a new value nothing.
+
+// Deliberately no atomic increment: equal stamps of several threads are accepted, waiting for each other is
+// not.
+inline void OrvoDateTime::adjustInstanceId() {
+    m_instanceId = m_objectCounter.load(std::memory_order_relaxed) + 1;
+    m_objectCounter.store(m_instanceId, std::memory_order_relaxed);
+}
+
+inline void OrvoDateTime::store(const std::tm& fields) {
+    m_day = static_cast<std::uint32_t>(fields.tm_mday);
+    m_month = static_cast<std::uint32_t>(fields.tm_mon);
+    m_year = static_cast<std::uint32_t>(fields.tm_year + 1900);
+    m_hour = static_cast<std::uint32_t>(fields.tm_hour);
+    m_minute = static_cast<std::uint32_t>(fields.tm_min);
+    m_second = static_cast<std::uint32_t>(fields.tm_sec);
+}
+
+OrvoDateTime::OrvoDateTime() {
+    defaultLocale();  // captured now, if not yet, though first used when printing
+    std::tm now;
     if (!platform::toLocal(platform::calendarSeconds(), now))
         calendar::fieldsOf(0, now);  // a clock set wrong
     store(now);
@@ -90,7 +111,8 @@ OrvoDateTime::OrvoDateTime(const OrvoDateTime& other)
       m_hour(other.m_hour),
       m_minute(other.m_minute),
       m_second(other.m_second),
-      m_locale(),  // the global one: a copy prints as the process does, whatever its source was told
+      m_locale(
+          std::locale()),  // the global one: a copy prints as the process does, whatever its source was told
       m_instanceId(other.m_instanceId) {}
 
 OrvoDateTime::~OrvoDateTime() = default;
@@ -239,8 +261,9 @@ bool OrvoDateTime::modifyDate(FieldId_t field, int amount, string& message) {
     std::tm fields = storedFields();
     const std::int64_t before = platform::fromLocal(fields);
     const std::int64_t offset = calendar::secondsOf(fields) - before;
-    if (before < 0 || !move(fields, field, amount)) return failToMove(message, field, amount);
-    if (platform::fromLocalNear(fields, offset) < 0) return failToMove(message, field, amount);
+    std::int64_t moved = 0;
+    if (before < 0 || !move(fields, field, amount, moved)) return failToMove(message, field, amount);
+    if (platform::fromLocalNear(fields, moved - offset) < 0) return failToMove(message, field, amount);
     store(fields);  // what the system brought into normal form is valid
     adjustInstanceId();
     return true;
@@ -283,21 +306,5 @@ bool OrvoDateTime::operatorImpl(const std::tm& fields, string& message) {
 }
 
 int OrvoDateTime::getMonthForRFCName(const char* name) { return datetimetext::monthOfName(name); }
-
-// Deliberately no atomic increment: equal stamps of several threads are accepted, waiting for each other is
-// not.
-void OrvoDateTime::adjustInstanceId() {
-    m_instanceId = m_objectCounter.load(std::memory_order_relaxed) + 1;
-    m_objectCounter.store(m_instanceId, std::memory_order_relaxed);
-}
-
-void OrvoDateTime::store(const std::tm& fields) {
-    m_day = static_cast<std::uint32_t>(fields.tm_mday);
-    m_month = static_cast<std::uint32_t>(fields.tm_mon);
-    m_year = static_cast<std::uint32_t>(fields.tm_year + 1900);
-    m_hour = static_cast<std::uint32_t>(fields.tm_hour);
-    m_minute = static_cast<std::uint32_t>(fields.tm_min);
-    m_second = static_cast<std::uint32_t>(fields.tm_sec);
-}
 
 }  // namespace OrvoSupport

@@ -4,6 +4,7 @@
 
 #include "OrvoDateTime.h"
 #include "platform/Clock.h"
+#include "text/DefaultLocale.h"
 #include "types/Calendar.h"
 
 namespace OrvoSupport {
@@ -37,6 +38,8 @@ std::tm OrvoDateTime::localFields() const {
     return fields;
 }
 
+const std::locale& OrvoDateTime::locale() const { return m_locale ? *m_locale : defaultLocale(); }
+
 long long OrvoDateTime::getTime() const {
     std::tm fields = storedFields();
     return platform::fromLocal(fields);
@@ -62,7 +65,7 @@ unsigned int OrvoDateTime::hash() const {
     return static_cast<unsigned int>(static_cast<long long>(residue));
 }
 
-wstring OrvoDateTime::toString() const { return toString(m_locale); }
+wstring OrvoDateTime::toString() const { return toString(locale()); }
 
 wstring OrvoDateTime::toString(const std::locale& locale) const {
     return constructTimeString(localFields(), locale, 'c');
@@ -72,28 +75,28 @@ wstring OrvoDateTime::toGMTString() const {
     std::tm fields = storedFields();
     const std::int64_t seconds = platform::fromLocal(fields);
     if (seconds < 0 || !platform::toUtc(seconds, fields)) fields = localFields();
-    return constructTimeString(fields, m_locale, 'c');
+    return constructTimeString(fields, locale(), 'c');
 }
 
-wstring OrvoDateTime::dateToString() const { return dateToString(m_locale); }
+wstring OrvoDateTime::dateToString() const { return dateToString(locale()); }
 
 wstring OrvoDateTime::dateToString(const std::locale& locale) const {
     return constructTimeString(localFields(), locale, 'X');
 }
 
-wstring OrvoDateTime::timeToString() const { return timeToString(m_locale); }
+wstring OrvoDateTime::timeToString() const { return timeToString(locale()); }
 
 wstring OrvoDateTime::timeToString(const std::locale& locale) const {
     return constructTimeString(localFields(), locale, 'x');
 }
 
-wstring OrvoDateTime::weekdayName() const { return weekdayName(m_locale); }
+wstring OrvoDateTime::weekdayName() const { return weekdayName(locale()); }
 
 wstring OrvoDateTime::weekdayName(const std::locale& locale) const {
     return constructTimeString(localFields(), locale, 'A');
 }
 
-wstring OrvoDateTime::monthName() const { return monthName(m_locale); }
+wstring OrvoDateTime::monthName() const { return monthName(locale()); }
 
 wstring OrvoDateTime::monthName(const std::locale& locale) const {
     return constructTimeString(localFields(), locale, 'B');

@@ -32,10 +32,7 @@ std::int64_t monotonicNanoseconds() {
 
 bool toLocal(std::int64_t seconds, std::tm& fields) {
     const time_t instant = seconds;
-    std::tm local;
-    if (seconds < 0 || !::localtime_r(&instant, &local) || local.tm_year > lastYear) return false;
-    fields = local;
-    return true;
+    return seconds >= 0 && ::localtime_r(&instant, &fields) && fields.tm_year <= lastYear;
 }
 
 bool toUtc(std::int64_t seconds, std::tm& fields) {
@@ -53,18 +50,14 @@ std::int64_t fromLocal(std::tm& fields) {
     return seconds;
 }
 
-std::int64_t fromLocalNear(std::tm& fields, std::int64_t offset) {
-    std::tm wanted = fields;
+std::int64_t fromLocalNear(std::tm& fields, std::int64_t guess) {
+    const time_t instant = guess;
     std::tm local;
-    const time_t guess = ::timegm(&wanted) - offset;
-    // Also brings a date that does not exist into its normal form, which is what mktime() does first.
-    wanted.tm_isdst = fields.tm_isdst;
-    if (guess >= 0 && ::localtime_r(&guess, &local) && sameTime(local, wanted) &&
-        local.tm_isdst == wanted.tm_isdst && yearInRange(local.tm_year)) {
-        fields = local;
-        return guess;
-    }
-    return fromLocal(fields);
+    const bool right = guess >= 0 && ::localtime_r(&instant, &local) && sameTime(local, fields) &&
+                       local.tm_isdst == fields.tm_isdst && yearInRange(local.tm_year);
+    if (!right) return fromLocal(fields);
+    fields = local;
+    return guess;
 }
 
 std::int64_t fromUtc(const std::tm& fields) {

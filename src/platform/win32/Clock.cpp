@@ -39,11 +39,9 @@ bool toLocal(std::int64_t seconds, std::tm& fields) {
     const __time64_t instant = late ? seconds - cycleSeconds : seconds;
     const std::tm* converted = ::_localtime64(&instant);
     if (!converted) return false;
-    std::tm local = *converted;
-    if (late) local.tm_year += cycleYears;
-    if (local.tm_year > lastYear) return false;
-    fields = local;
-    return true;
+    fields = *converted;
+    if (late) fields.tm_year += cycleYears;
+    return fields.tm_year <= lastYear;
 }
 
 bool toUtc(std::int64_t seconds, std::tm& fields) {
