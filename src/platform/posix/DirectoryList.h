@@ -32,7 +32,10 @@ private:
         const dirent64* record;
     };
     void collect(const char* block, std::size_t used, const Wildcard* pattern);
+    static bool hasSmallerName(const Entry& a, const Entry& b);
     void sort();
+    void sortByKey();
+    void sortEqualKeys();
 
     std::vector<std::unique_ptr<char[]>> m_blocks;
     std::vector<Entry> m_entries;
