@@ -1,5 +1,7 @@
 #include "OrvoFindFile.h"
 
+#include <cstring>
+
 #include "platform/Files.h"
 
 namespace OrvoSupport {
@@ -41,7 +43,11 @@ public:
 
     string next() override {
         if (m_search.atEnd()) return string();
-        string path = prefix() + m_search.name();
+        const char* name = m_search.name();
+        const std::size_t length = std::strlen(name);
+        string path;
+        path.reserve(prefix().size() + length);  // one allocation for each entry, not two
+        path.append(prefix()).append(name, length);
         m_search.advance();
         return path;
     }

@@ -11,7 +11,7 @@ namespace OrvoSupport::platform {
 namespace {
 
 constexpr std::size_t firstBlock = 32 * 1024;
-constexpr std::size_t largestBlock = 1024 * 1024;
+constexpr std::size_t largestBlock = 64 * 1024;
 
 bool isDotOrDotDot(const char* name) {
     return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));
