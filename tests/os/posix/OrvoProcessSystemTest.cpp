@@ -111,12 +111,14 @@ OSUPT_CHILD(noFreeDescriptor) {
     void* const output = system_probe::openOutput(arguments.at(0));
     rlimit limit = {};
     ::getrlimit(RLIMIT_NOFILE, &limit);
+    const rlimit before = limit;
     limit.rlim_cur = 64;
     ::setrlimit(RLIMIT_NOFILE, &limit);
     while (::open("/dev/null", O_RDONLY) >= 0) {
     }
     int exitCode = 1;
     OrvoExecuteProgramEx("/bin/echo text", own(), output, true, nullptr, &exitCode);
+    ::setrlimit(RLIMIT_NOFILE, &before);  // sanitizers need some when the process ends
     return exitCode;
 }
 
