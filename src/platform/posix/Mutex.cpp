@@ -27,7 +27,7 @@ constexpr std::int64_t tryTime = 100 * millisecond;
 // A sleep is never long at first: it ends by itself, so that the sleeper can look whether the holder is still
 // there, and so that a wake-up that went past it costs no more than that.
 constexpr std::int64_t firstSleep = 250 * microsecond;
-constexpr std::int64_t longestSleep = 128 * millisecond;
+constexpr std::int64_t longestSleep = 32 * millisecond;
 constexpr int spins = 4;
 
 std::int64_t monotonicTime() {
@@ -75,6 +75,7 @@ struct Mutex::State {
     std::atomic<OwnerId> holder{0};
     std::atomic<std::int32_t> moreHolds{0};  // beyond the first; 0 while free; written by the holder only
     std::atomic<std::int32_t> sleepers{0};
+    std::atomic<bool> waking{false};  // a sleeper has been woken and has not come yet
     const bool watchesHolder;
 };
 
@@ -97,9 +98,12 @@ inline void Mutex::State::takeAgain() {
 }
 
 // Nothing of the lock is read after the store that frees it: whoever takes it next may destroy it. A sleeper
-// that arrives between the two accesses is not woken and looks again when its first sleep ends.
+// that arrives between the accesses is not woken and looks again when its sleep ends. As long as one that was
+// woken is on its way, waking another would only cost the holder time.
 inline void Mutex::State::giveUpAll() {
-    const bool wake = sleepers.load(std::memory_order_relaxed) != 0;
+    const bool wake =
+        sleepers.load(std::memory_order_relaxed) != 0 && !waking.load(std::memory_order_relaxed);
+    if (__builtin_expect(wake, 0)) waking.store(true, std::memory_order_relaxed);
     holder.store(0, std::memory_order_release);
     if (__builtin_expect(wake, 0)) wakeOne(holder);
 }
@@ -126,6 +130,7 @@ Outcome Mutex::State::sleepUntilTaken(std::int64_t deadline) {
         sleepers.fetch_add(1);
         const bool lookAgain = sleepWhile(holder, other, left);
         sleepers.fetch_sub(1);
+        waking.store(false, std::memory_order_relaxed);
         if (lookAgain) continue;
 
         sleep = std::min(2 * sleep, longestSleep);
