@@ -148,7 +148,7 @@ void OrvoProperties<StringType>::forEach(OrvoPropertyIterator<StringType>& visit
     const auto& entries = m_properties->ordered();
     for (std::size_t place = 0; place < entries.size();) {
         const auto& entry = *entries[place++];
-        if (entry.values.empty()) continue;  // removed by the visitor
+        if (entry.values.empty()) continue;
         const std::pair<StringType, std::vector<StringType>> copy(entry.key, entry.values);
         const std::size_t changes = m_properties->changes();
         visitor.visit(copy);
@@ -190,6 +190,7 @@ template <class StringType>
 void OrvoProperties<StringType>::dump() const {
     if (!OrvoLogging::isAccessAllowed() || OrvoLogging::getInstance().getLogLevel() != 9) return;
     for (const auto& entry : m_properties->ordered()) {
+        if (entry->values.empty()) continue;
         const StringType& value = entry->values.front();
         trace(9, "DebugPrintProperty: ", entry->key, "=", value, " (",
               static_cast<unsigned long>(value.size()), ")");
@@ -208,7 +209,9 @@ bool OrvoProperties<StringType>::savePropertiesImpl(const string& fileName) cons
     const auto& entries = m_properties->ordered();
     const bool written =
         std::all_of(entries.begin(), entries.end(),
-                    [&](const auto& entry) { return writer.write(entry->key, entry->values.front()); }) &&
+                    [&](const auto& entry) {
+                        return entry->values.empty() || writer.write(entry->key, entry->values.front());
+                    }) &&
         writer.flush();
     const bool closed = std::fclose(file.release()) == 0;
     if (written && closed) return true;

@@ -14,7 +14,7 @@
 namespace OrvoSupport {
 
 /// Keys, each with at least one value. New entries are sorted in only when somebody asks for the order.
-/// Removed ones keep their place, without values, until then, or until they outnumber the others.
+/// Removed ones keep their place, without values, until they outnumber the others.
 ///
 /// Thread safety: as a standard container's; asking for the order counts as reading.
 template <class StringType>
@@ -28,7 +28,8 @@ public:
 
     PropertyTable() = default;
     PropertyTable(const PropertyTable& other) {
-        for (const auto& entry : other.ordered()) add(std::make_unique<Entry>(*entry));
+        for (const auto& entry : other.ordered())
+            if (!entry->values.empty()) add(std::make_unique<Entry>(*entry));
     }
     PropertyTable& operator=(const PropertyTable&) = delete;
 
@@ -53,7 +54,6 @@ public:
         auto entry = std::make_unique<Entry>();
         entry->key = std::forward<Key>(key);
         entry->values.push_back(std::forward<Value>(value));
-        if (m_removed > m_entries.size() / 2) forgetRemoved();
         add(std::move(entry));
     }
 
@@ -62,14 +62,13 @@ public:
         if (!entry) return;
         m_index.remove(entry);
         std::vector<StringType>().swap(entry->values);
-        ++m_removed;
+        if (++m_removed > m_entries.size() / 2) forgetRemoved();
     }
 
-    /// All entries by key. What is removed later stays among them, without values, as long as changes() does
-    /// not change.
+    /// All entries by key; skip those without values. Places stay as they are while changes() does not
+    /// change.
     const Entries& ordered() const {
         OrvoCriticalSection guard(m_orderLock);
-        if (m_removed > 0) forgetRemoved();
         if (m_sorted < m_entries.size()) sortIn();
         return m_entries;
     }
@@ -100,7 +99,7 @@ private:
         if (m_sorted == last && (last == 0 || inOrder(m_entries[last - 1], m_entries[last]))) ++m_sorted;
     }
 
-    void forgetRemoved() const {
+    void forgetRemoved() {
         std::size_t kept = 0;
         std::size_t sorted = 0;
         for (std::size_t i = 0; i < m_entries.size(); ++i) {
@@ -133,9 +132,9 @@ private:
     mutable Entries m_entries;
     PropertyIndex<Entry, StringType> m_index;
     mutable OrvoCriticalSectionObject m_orderLock;
-    mutable std::size_t m_sorted = 0;   // how many entries at the beginning are in order
-    mutable std::size_t m_removed = 0;  // entries without values
+    mutable std::size_t m_sorted = 0;  // how many entries at the beginning are in order
     mutable std::size_t m_changes = 0;
+    std::size_t m_removed = 0;  // entries without values
 };
 
 }  // namespace OrvoSupport

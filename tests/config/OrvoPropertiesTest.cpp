@@ -1,22 +1,15 @@
 #include "OrvoProperties.h"
 
-#include <atomic>
-#include <chrono>
-#include <future>
 #include <set>
-#include <thread>
 
 #include "config/PropertyTexts.h"
-
-using namespace std::chrono_literals;
-using namespace std::string_view_literals;
 
 namespace OrvoSupport {
 namespace {
 
 template <class S>
 class OrvoPropertiesTest : public testing::Test {};
-TYPED_TEST_SUITE(OrvoPropertiesTest, AllStrings);
+TYPED_TEST_SUITE(OrvoPropertiesTest, AllStrings, StringName);
 
 TYPED_TEST(OrvoPropertiesTest, isEmptyAndMultiValuedAtFirst) {
     OrvoProperties<TypeParam> store;
@@ -182,73 +175,6 @@ TYPED_TEST(OrvoPropertiesTest, findsKeysOfForeignLettersOnly) {
     }
 }
 
-TYPED_TEST(OrvoPropertiesTest, readsALine) {
-    struct Case {
-        const char* what;
-        std::string_view line;
-        std::string_view expected;
-    };
-    const Case cases[] = {
-        {"plain", "key=value", "key=value;"},
-        {"comment", "#key=value", ""},
-        {"comment sign alone", "#", ""},
-        {"comment sign behind a blank", " #key=value", " #key=value;"},
-        {"nothing", "", ""},
-        {"no value", "key=", "key=;"},
-        {"no key", "=value", ""},
-        {"separator alone", "=", ""},
-        {"no separator", "justakey", "justakey=;"},
-        {"no separator, return kept", "justakey\r", "justakey\r=;"},
-        {"return alone", "\r", "\r=;"},
-        {"blanks alone", "  ", "  =;"},
-        {"leading blanks go, trailing stay", "key=   a b  ", "key=a b  ;"},
-        {"blanks only", "key=   ", "key=;"},
-        {"blanks and return", "key=   \r", "key=;"},
-        {"a tab is no blank", "key=\ta", "key=\ta;"},
-        {"a tab behind a blank", "key= \ta", "key=\ta;"},
-        {"the key is not trimmed", " name = x", " name =x;"},
-        {"the first separator splits", "a=b=c", "a=b=c;"},
-        {"comment sign in the value", "a=#b", "a=#b;"},
-        {"cut at a return", "a=b\rc", "a=b;"},
-        {"cut at the first return", "a=b\rc\rd", "a=b;"},
-        {"cut at a line feed", "a=b\nc", "a=b;"},
-        {"a return goes before a line feed", "a=b\nc\rd", "a=b\nc;"},
-        {"return and line feed", "a=b\r\n", "a=b;"},
-        {"return in the key", "a\rb=c\rd", "a\rb=c\rd;"},
-        {"return in the key, feed in the value", "a\rb=c\nd", "a\rb=c\nd;"},
-        {"line feed in the key", "a\nb=c\nd", "a\nb=c\nd;"},
-        {"return in front of all", "\ra=b", "\ra=b;"},
-        {"return right behind the separator", "a=\rb", "a=;"},
-        {"NUL characters", "a\0b=c\0d"sv, "a\0b=c\0d;"sv},
-        {"high characters", "\xE4=\xFF\x80", "\xE4=\xFF\x80;"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        EXPECT_EQ(c.expected, fromLine<TypeParam>(c.line));
-    }
-}
-
-TYPED_TEST(OrvoPropertiesTest, readsALineWithAnotherSeparator) {
-    EXPECT_EQ("a=b=1:2;", fromLine<TypeParam>("a:b=1:2", ':'));
-    EXPECT_EQ("a=b;", fromLine<TypeParam>("a\xA7"
-                                          "b",
-                                          '\xA7'));
-    EXPECT_EQ("", fromLine<TypeParam>("#a#b", '#'));
-    EXPECT_EQ("aXb=c;", fromLine<TypeParam>("aXbxc", 'x'));
-}
-
-TYPED_TEST(OrvoPropertiesTest, addsALineLikeAKeyAndAValue) {
-    OrvoProperties<TypeParam> multi;
-    OrvoProperties<TypeParam> single(false);
-    for (OrvoProperties<TypeParam>* store : {&multi, &single}) {
-        store->addProperty(text<TypeParam>("a=1"), '=');
-        store->addProperty(text<TypeParam>("a= 2"), '=');
-    }
-
-    EXPECT_EQ("a=1,2;", contents(multi));
-    EXPECT_EQ("a=2;", contents(single));
-}
-
 TYPED_TEST(OrvoPropertiesTest, copiesEntriesAndFlagAndNothingElse) {
     OrvoProperties<TypeParam> single(false);
     single.addProperty(text<TypeParam>("a"), text<TypeParam>("1"));
@@ -315,97 +241,9 @@ TYPED_TEST(OrvoPropertiesTest, tellsItsDependentsOnlyWhenAsked) {
     store.removeDependent(counter);
 }
 
-TYPED_TEST(OrvoPropertiesTest, visitsInKeyOrderOnceAKey) {
-    OrvoProperties<TypeParam> store;
-    for (const char* line : {"b=1", "ab=2", "a=3", "aa=4", "b=5"})
-        store.addProperty(text<TypeParam>(line), '=');
-
-    EXPECT_EQ("a=3;aa=4;ab=2;b=1,5;", contents(store));
-}
-
-TYPED_TEST(OrvoPropertiesTest, visitsNothingWithABaseVisitor) {
-    OrvoProperties<TypeParam> store;
-    store.addProperty(text<TypeParam>("a"), text<TypeParam>("1"));
-    OrvoPropertyIterator<TypeParam> visitor;
-    store.forEach(visitor);
-
-    EXPECT_EQ("a=1;", contents(store));
-}
-
-template <class S>
-struct Changer : Notes<S> {
-    explicit Changer(OrvoProperties<S>& changed) : store(changed) {}
-    void visit(const std::pair<S, std::vector<S>>& entry) override {
-        Notes<S>::visit(entry);
-        if (bytes(entry.first) == "a") store.addProperty(text<S>("d"), text<S>("new"));
-        if (bytes(entry.first) == "b") store.removeProperty(text<S>("c"));
-        store.removeProperty(entry.first);
-    }
-    OrvoProperties<S>& store;
-};
-
-TYPED_TEST(OrvoPropertiesTest, letsTheVisitorChangeTheStore) {
-    OrvoProperties<TypeParam> store;
-    for (const char* line : {"a=1", "b=2", "c=3"}) store.addProperty(text<TypeParam>(line), '=');
-    Changer<TypeParam> changer(store);
-    store.forEach(changer);
-
-    EXPECT_EQ("a=1;b=2;d=new;", changer.all());
-    EXPECT_EQ("", contents(store));
-}
-
-template <class S>
-struct OtherThreadReader : OrvoPropertyIterator<S> {
-    explicit OtherThreadReader(OrvoProperties<S>& read) : store(read) {}
-    void visit(const std::pair<S, std::vector<S>>& entry) override {
-        std::packaged_task<S()> task([&] { return store.getProperty(entry.first, S()); });
-        std::future<S> value = task.get_future();
-        std::thread reader(std::move(task));
-        if (value.wait_for(30s) == std::future_status::ready) found = bytes(value.get());
-        reader.detach();
-    }
-    OrvoProperties<S>& store;
-    std::string found;
-};
-
-TYPED_TEST(OrvoPropertiesTest, holdsNoLockWhileItVisits) {
-    OrvoProperties<TypeParam> store;
-    store.addProperty(text<TypeParam>("a"), text<TypeParam>("1"));
-    OtherThreadReader<TypeParam> reader(store);
-    store.forEach(reader);
-
-    EXPECT_EQ("1", reader.found);
-}
-
-TYPED_TEST(OrvoPropertiesTest, standsReadersAndWritersOnManyThreads) {
-    OrvoProperties<TypeParam> store;
-    const OrvoProperties<TypeParam> source;
-    std::atomic<bool> wrong{false};
-    const auto work = [&](int seed) {
-        for (int i = 0; i < 400; ++i) {
-            const TypeParam key = text<TypeParam>("key" + std::to_string((i * 7 + seed) % 50));
-            TypeParam value;
-            store.addProperty(key, text<TypeParam>("a value that lives on the heap"));
-            store.addProperty(text<TypeParam>("line=" + std::to_string(seed)), '=');
-            store.setProperty(key, text<TypeParam>("another value on the heap"));
-            if (store.getPropertyValue(key, value) && value.size() < 24) wrong = true;
-            for (const TypeParam& each : store.getPropertyValues(key))
-                if (each.size() < 24) wrong = true;
-            store.getProperty(text<TypeParam>("never there"), value);
-            if (i % 3 == 0) store.removeProperty(key);
-            if (i % 100 == 99) store = source;
-        }
-    };
-    std::vector<std::thread> threads;
-    for (int seed = 0; seed < 4; ++seed) threads.emplace_back(work, seed);
-    for (std::thread& thread : threads) thread.join();
-
-    EXPECT_FALSE(wrong);
-}
-
 template <class S>
 class OrvoPropertiesCaseTest : public testing::Test {};
-TYPED_TEST_SUITE(OrvoPropertiesCaseTest, CaseInsensitiveStrings);
+TYPED_TEST_SUITE(OrvoPropertiesCaseTest, CaseInsensitiveStrings, StringName);
 
 TYPED_TEST(OrvoPropertiesCaseTest, findsAKeyInAnyCaseAndKeepsItsFirstSpelling) {
     OrvoProperties<TypeParam> store;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "OrvoProperties.h"
+#include "support/TempFolder.h"
 
 namespace OrvoSupport {
 
@@ -18,6 +19,16 @@ using AllStrings = testing::Types<string, string_ci, wstring, wstring_ci>;
 using CaseInsensitiveStrings = testing::Types<string_ci, wstring_ci>;
 using WideStrings = testing::Types<wstring, wstring_ci>;
 using NarrowStrings = testing::Types<string, string_ci>;
+
+/// What the tests of a string type are called by.
+struct StringName {
+    template <class S>
+    static std::string GetName(int) {
+        const bool ignoresCase = S::traits_type::eq('a', 'A');
+        return std::string(sizeof(typename S::value_type) == 1 ? "string" : "wstring") +
+               (ignoresCase ? "_ci" : "");
+    }
+};
 
 /// The bytes as characters of the same numbers.
 template <class S>
@@ -71,6 +82,35 @@ std::string fromLine(std::string_view line, char separator = '=') {
     store.addProperty(text<S>(line), separator);
     return contents(store);
 }
+
+/// The bytes of a text file with line feeds only, whatever the system's end of a line is.
+inline std::string textFile(const std::string& name) {
+    std::string all = testing_support::readFile(name);
+    all.erase(std::remove(all.begin(), all.end(), '\r'), all.end());
+    return all;
+}
+
+/// A file of the test's own, and what a store makes of it.
+template <class S>
+class OrvoPropertiesFileTest : public testing::Test {
+protected:
+    // What a file of these bytes leaves in an empty store.
+    std::string fromFile(std::string_view fileBytes, bool allowMultipleValues = true) {
+        testing_support::writeFile(name, std::string(fileBytes));
+        OrvoProperties<S> store(allowMultipleValues);
+        return store.loadProperties(name) ? contents(store) : "not loaded";
+    }
+
+    // What a store of these lines writes, with line feeds only.
+    std::string toFile(std::initializer_list<std::string_view> lines) {
+        OrvoProperties<S> store;
+        for (const std::string_view line : lines) store.addProperty(text<S>(line), '=');
+        return store.saveProperties(name) ? textFile(name) : "not saved";
+    }
+
+    testing_support::TempFolder folder;
+    const std::string name = folder.file("settings.properties");
+};
 
 }  // namespace OrvoSupport
 
