@@ -115,8 +115,8 @@ TYPED_TEST(OrvoPropertiesTest, keepsReferencesWhileOtherKeysComeAndGo) {
     const TypeParam fallback;
     const TypeParam& value = store.getProperty(text<TypeParam>("kept"), fallback);
 
-    for (int i = 0; i < 5000; ++i) store.addProperty(text<TypeParam>(std::to_string(i)), fallback);
-    for (int i = 0; i < 5000; ++i) store.removeProperty(text<TypeParam>(std::to_string(i)));
+    for (int i = 0; i < 2000; ++i) store.addProperty(text<TypeParam>(std::to_string(i)), fallback);
+    for (int i = 0; i < 2000; ++i) store.removeProperty(text<TypeParam>(std::to_string(i)));
 
     EXPECT_EQ(text<TypeParam>("1"), value);
     EXPECT_EQ(&value, &store.getProperty(text<TypeParam>("kept"), fallback));
