@@ -3,7 +3,7 @@
 
 namespace testing_support {
 
-std::string prepareLocales(const std::string&) { return {}; }
+std::string prepareLocales(const std::string&, const std::vector<std::string>&) { return {}; }
 
 bool nameLocale(const std::string&, const std::string&) { return false; }
 
