@@ -1,0 +1,17 @@
+// The whole library.
+#ifndef OSUPT_H
+#define OSUPT_H
+
+#include "OrvoCriticalSection.h"
+#include "OrvoDateTime.h"
+#include "OrvoEvent.h"
+#include "OrvoException.h"
+#include "OrvoExport.h"
+#include "OrvoLogging.h"
+#include "OrvoModuleData.h"
+#include "OrvoObjectBase.h"
+#include "OrvoProperties.h"
+#include "OrvoString.h"
+#include "OrvoUtilities.h"
+
+#endif
