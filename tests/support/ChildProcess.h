@@ -15,12 +15,20 @@ struct ChildEntry {
     ChildEntry(const char* name, ChildMain entry);
 };
 
+/// A program and what it is given.
+struct Command {
+    std::string program;
+    std::vector<std::string> arguments;
+};
+
 /// A running copy of this test program, or any other program. Its standard output and standard error go to
 /// one file, which output() reads. The destructor kills what still runs.
 class ChildProcess {
 public:
     /// Starts this test program at the entry `name`.
     explicit ChildProcess(const std::string& name, const std::vector<std::string>& arguments = {});
+    /// Starts another program.
+    explicit ChildProcess(const Command& command);
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
@@ -39,6 +47,8 @@ private:
     std::unique_ptr<Impl> m_impl;
 };
 
+/// The command that starts this test program at the entry `name`.
+Command childCommand(const std::string& name, const std::vector<std::string>& arguments);
 /// The full path of this test program.
 const std::string& programPath();
 /// Sets or (with null) removes an environment variable of this process and its C run-time library.

@@ -21,6 +21,15 @@ std::map<std::string, ChildMain>& entries() {
 
 ChildEntry::ChildEntry(const char* name, ChildMain entry) { entries()[name] = entry; }
 
+Command childCommand(const std::string& name, const std::vector<std::string>& arguments) {
+    Command command{programPath(), {childFlag + name}};
+    command.arguments.insert(command.arguments.end(), arguments.begin(), arguments.end());
+    return command;
+}
+
+ChildProcess::ChildProcess(const std::string& name, const std::vector<std::string>& arguments)
+    : ChildProcess(childCommand(name, arguments)) {}
+
 int runChildEntry(int argc, char** argv) {
     if (argc < 2 || std::strncmp(argv[1], childFlag, sizeof childFlag - 1) != 0) return -1;
     const auto entry = entries().find(argv[1] + sizeof childFlag - 1);

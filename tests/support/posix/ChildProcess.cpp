@@ -29,15 +29,13 @@ struct ChildProcess::Impl {
     }
 };
 
-ChildProcess::ChildProcess(const std::string& name, const std::vector<std::string>& arguments)
-    : m_impl(std::make_unique<Impl>()) {
+ChildProcess::ChildProcess(const Command& command) : m_impl(std::make_unique<Impl>()) {
     FILE* file = ::tmpfile();
     m_impl->output = ::fcntl(::fileno(file), F_DUPFD_CLOEXEC, 0);
     ::fclose(file);
 
-    const std::string flag = "--osupt-child=" + name;
-    std::vector<std::string> words{programPath(), flag};
-    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<std::string> words{command.program};
+    words.insert(words.end(), command.arguments.begin(), command.arguments.end());
     std::vector<char*> argv;
     for (std::string& word : words) argv.push_back(word.data());
     argv.push_back(nullptr);

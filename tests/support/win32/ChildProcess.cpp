@@ -29,10 +29,9 @@ struct ChildProcess::Impl {
     HANDLE process = nullptr;
 };
 
-ChildProcess::ChildProcess(const std::string& name, const std::vector<std::string>& arguments)
-    : m_impl(std::make_unique<Impl>()) {
-    std::string line = quoted(programPath()) + " --osupt-child=" + name;
-    for (const std::string& argument : arguments) line += " " + quoted(argument);
+ChildProcess::ChildProcess(const Command& command) : m_impl(std::make_unique<Impl>()) {
+    std::string line = quoted(command.program);
+    for (const std::string& argument : command.arguments) line += " " + quoted(argument);
 
     SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
     const HANDLE output =
