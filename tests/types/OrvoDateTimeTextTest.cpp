@@ -254,7 +254,7 @@ TEST_F(OrvoDateTimeTextTest, printingUsesTheLocaleWithTimeAndDateSwapped) {
 }
 
 TEST_F(OrvoDateTimeTextTest, utcIsPrintedInUtc) {
-    testing_support::useZone("XXX-2");
+    testing_support::useZone("ZZZ-2");
     OrvoDateTime value;
     value = string("1/1/2010 01:20:30");
     const std::wstring utc = value.toGMTString();

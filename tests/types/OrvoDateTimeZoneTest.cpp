@@ -234,7 +234,7 @@ TEST(OrvoDateTimeZoneTest, aChangedZoneIsNoticed) {
     OrvoDateTime value;
     value = string("15/3/2009 12:00:00");
     const long long utc = value.getTime();
-    testing_support::useZone("XXX-3");
+    testing_support::useZone("ZZZ-3");
     EXPECT_EQ(utc - 3 * hour, value.getTime());
     value = string("1/1/1970 03:00:00");
     EXPECT_EQ(0, value.getTime());
@@ -245,7 +245,7 @@ TEST(OrvoDateTimeZoneTest, aValueTheZoneCannotRepresentStillTellsItsFields) {
     testing_support::useZone("UTC0");
     OrvoDateTime value;
     value = string("1/1/1970 00:30:00");
-    testing_support::useZone("XXX-3");
+    testing_support::useZone("ZZZ-3");
     EXPECT_EQ(-1, value.getTime());
     EXPECT_EQ(1u, value.day());
     EXPECT_EQ(4u, value.getWeekday());
