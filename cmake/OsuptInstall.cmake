@@ -34,6 +34,5 @@ configure_file(cmake/osupt.pc.in ${PROJECT_BINARY_DIR}/osupt.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/osupt.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
 if(MINGW)
-  include(cmake/MingwRuntime.cmake)
   install(FILES ${osupt_runtime_dlls} DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()

@@ -24,6 +24,8 @@ WINEDEBUG=${WINEDEBUG:--all}
 export WINEPREFIX WINEDLLPATH WINEDEBUG
 export WINEDLLOVERRIDES='mscoree,mshtml=;winemenubuilder.exe=d'
 unset DISPLAY
+# File names are UTF-8 whatever the terminal speaks.
+case ${LC_ALL:-${LC_CTYPE:-${LANG:-}}} in *[Uu][Tt][Ff]*) ;; *) export LC_ALL=C.UTF-8 ;; esac
 
 wine=$(command -v wine64 || echo /usr/lib/wine/wine64)
 if [ ! -e "$prefix/ready" ]; then

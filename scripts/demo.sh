@@ -8,7 +8,7 @@ fill_inbox() {
     done
     printf 'With blanks in its name.\n' >"$1/a letter to the editor.txt"
     printf 'Two dots and more.\n' >"$1/report.2024.final.txt"
-    printf 'Umlauts in name and text: \303\204\303\226\303\234\n' >"$1/Gr\303\274\303\237e aus K\303\266ln.txt"
+    printf 'Umlauts in name and text: \303\204\303\226\303\234\n' >"$1/$(printf 'Gr\303\274\303\237e aus K\303\266ln').txt"
     printf 'No extension.\n' >"$1/README"
     printf '%%s is not a format here\n' >"$1/100% sure.txt"
     printf 'A quote'"'"'s worth.\n' >"$1/it's here.txt"
@@ -65,6 +65,7 @@ demo() {
     say "dev: dropfolder works through $inbox ($count files) with these settings:"
     sed 's/^/    /' "$out/dropfolder.properties"
     say ''
+    # Some files of the demonstration are meant to fail (1); a run that could not work is an error (2 and more).
     result=0
     if [ -n "$windows" ]; then
         OSUPT_WINEPREFIX=$root/build/demo-$preset/wine "$root/cmake/run-wine.sh" "$bin/dropfolder.exe" run \
@@ -73,7 +74,8 @@ demo() {
         "$bin/dropfolder" run "--config=$out/dropfolder.properties" || result=$?
     fi
 
-    today=$(cd "$inbox/done" 2>/dev/null && ls -t | head -n 1)
+    [ "$result" -lt 2 ] || fail "dropfolder could not work (exit code $result)"
+    today=$(cd "$inbox/done" && ls -t | head -n 1)
     say ''
     printf '%-10s %5s  %s\n' \
         outcome files where \
@@ -81,8 +83,6 @@ demo() {
         failed "$(count_files "$inbox/failed")" "$inbox/failed/" \
         left "$(find "$inbox" -maxdepth 1 -type f | wc -l)" "$inbox/" \
         log "$(wc -l <"$out/dropfolder.log")" "$out/dropfolder.log (lines)"
-    # Some files of the demonstration are meant to fail; only a run that could not work is an error.
-    [ "$result" -lt 2 ]
 }
 
 count_files() { find "$1" -type f 2>/dev/null | wc -l; }
