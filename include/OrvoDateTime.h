@@ -127,7 +127,7 @@ private:
     const std::locale& locale() const;
     std::tm storedFields() const;
     std::tm localFields() const;
-    void store(const std::tm& fields);
+    void store(const volatile std::tm& fields);
 
     std::uint32_t m_day;
     std::uint32_t m_month;  // 0-11

@@ -86,7 +86,9 @@ inline void OrvoDateTime::adjustInstanceId() {
     m_objectCounter.store(m_instanceId, std::memory_order_relaxed);
 }
 
-inline void OrvoDateTime::store(const std::tm& fields) {
+// Volatile, so that each field is read by itself: a new tm was written field by field, and a read of two at
+// once would wait until both have left the store buffer.
+inline void OrvoDateTime::store(const volatile std::tm& fields) {
     m_day = static_cast<std::uint32_t>(fields.tm_mday);
     m_month = static_cast<std::uint32_t>(fields.tm_mon);
     m_year = static_cast<std::uint32_t>(fields.tm_year + 1900);
