@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "text/DefaultLocale.h"
+#include "text/LocaleCodes.h"
 #include "text/LocaleFacets.h"
 
 namespace OrvoSupport {
@@ -19,8 +20,7 @@ struct Row {
 
 struct Tables {
     std::map<int, Row> locales;
-    std::map<string, string> languageCodes;
-    std::map<string, string> countryCodes;
+    LocaleCodes codes;
     std::locale defaultLocale;
 };
 
@@ -67,11 +67,6 @@ string nameOf(const std::locale& locale) {
     return locale.name();
 }
 
-string codeOr(const std::map<string, string>& codes, const string& name) {
-    const auto code = codes.find(name);
-    return code == codes.end() ? name : code->second;
-}
-
 const Tables& filled(void (*fill)()) {
     const Tables* current = tables.get();
     if (!current) {
@@ -93,16 +88,6 @@ void OrvoLocaleFactory::initializeLanguageCountryCode() {
         {Japanese, {{"japanese", "ja", "JP"}, "Japanese_Japan"}},
         {Chinese, {{"chinese", "zh", "CN"}, "Chinese_People's Republic of China"}},
     };
-    fresh->languageCodes = {{"German", "de"}, {"English", "en"},  {"Spanish", "es"},
-                            {"French", "fr"}, {"Japanese", "ja"}, {"Chinese", "zh"}};
-    fresh->countryCodes = {{"United States", "US"},
-                           {"Germany", "DE"},
-                           {"Mexico", "ES"},  // hosts file their one Spanish text under Spain
-                           {"MX", "ES"},      // the same where names already hold codes
-                           {"France", "FR"},
-                           {"Japan", "JP"},
-                           {"People's Republic of China", "CN"},
-                           {"Taiwan", "TW"}};
     tables.publish(std::move(fresh));
 }
 
@@ -127,17 +112,11 @@ const std::locale& defaultLocale() {
 }
 
 string OrvoLocaleFactory::getLanguage(const std::locale& locale) {
-    const auto& codes = filled(initializeLanguageCountryCode).languageCodes;
-    const string name = nameOf(locale);
-    return codeOr(codes, name.substr(0, name.find('_')));
+    return filled(initializeLanguageCountryCode).codes.languageOf(nameOf(locale));
 }
 
 string OrvoLocaleFactory::getCountry(const std::locale& locale) {
-    const auto& codes = filled(initializeLanguageCountryCode).countryCodes;
-    const string name = nameOf(locale);
-    const std::size_t separator = name.find('_');
-    const string country = separator == string::npos ? name : name.substr(separator + 1);
-    return codeOr(codes, country.substr(0, country.find('.')));
+    return filled(initializeLanguageCountryCode).codes.countryOf(nameOf(locale));
 }
 
 }  // namespace OrvoSupport

@@ -7,12 +7,10 @@
 
 namespace testing_support {
 
-/// Makes locales ("de_DE") available to child processes, in `folder` where the system does not bring them.
-/// Returns the reason when they cannot be had, and the empty string when they can.
+/// Makes locales ("de_DE") available to child processes: those that the system (or the folder that LOCPATH
+/// names) has are used, and if one is missing all are made in `folder`. Returns the reason when they cannot
+/// be had, and the empty string when they can.
 std::string prepareLocales(const std::string& folder, const std::vector<std::string>& names);
-
-/// Gives one of them another name. Returns false where locales cannot have names of a test's choice.
-bool nameLocale(const std::string& folder, const std::string& name);
 
 }  // namespace testing_support
 

@@ -1,8 +1,10 @@
-// Linux half: compiled by localedef from the sources the system ships.
+// Linux half: where they are missing, compiled by localedef from the sources the system ships.
 #include "text/SystemLocales.h"
 
+#include <locale.h>
 #include <stdlib.h>
-#include <unistd.h>
+
+#include <algorithm>
 
 #include "support/ChildProcess.h"
 
@@ -14,7 +16,18 @@ extern "C" const char* __lsan_default_options() { return "print_suppressions=0";
 
 namespace testing_support {
 
+namespace {
+
+bool available(const std::string& name) {
+    const locale_t locale = ::newlocale(LC_ALL_MASK, (name + ".UTF-8").c_str(), nullptr);
+    if (locale) ::freelocale(locale);
+    return locale != nullptr;
+}
+
+}  // namespace
+
 std::string prepareLocales(const std::string& folder, const std::vector<std::string>& names) {
+    if (std::all_of(names.begin(), names.end(), available)) return {};
     for (const std::string& name : names) {
         const std::string command =
             "localedef -i " + name + " -f UTF-8 '" + folder + "/" + name + ".UTF-8' 2>&1";
@@ -22,10 +35,6 @@ std::string prepareLocales(const std::string& folder, const std::vector<std::str
     }
     setEnvironment("LOCPATH", folder.c_str());
     return {};
-}
-
-bool nameLocale(const std::string& folder, const std::string& name) {
-    return ::symlink("de_DE.UTF-8", (folder + "/" + name).c_str()) == 0;
 }
 
 }  // namespace testing_support
