@@ -289,6 +289,13 @@ TEST_F(OrvoDateTimeTest, arithmeticCarriesThroughAllFields) {
     }
 }
 
+TEST_F(OrvoDateTimeTest, theFieldsHaveFixedNumbersAndTheValueAVirtualDestructor) {
+    using D = OrvoDateTime;
+    const D::FieldId_t fields[] = {D::Month, D::Day, D::Year, D::Hour, D::Minute, D::Second};
+    for (int number = 0; number < 6; ++number) EXPECT_EQ(number, fields[number]);
+    EXPECT_TRUE(std::has_virtual_destructor<D>::value);
+}
+
 TEST_F(OrvoDateTimeTest, anAmountOfNothingThrowsWithoutMessage) {
     OrvoDateTime value = at("15/3/2009");
     EXPECT_EQ(prefix, thrownBy([&] { value.add(OrvoDateTime::Second, 0); }));
@@ -315,6 +322,9 @@ TEST_F(OrvoDateTimeTest, arithmeticOutOfRangeThrowsTheOddMessageWithTheTailOfIts
     EXPECT_EQ(text, added(last, D::Month, INT_MAX));
     EXPECT_EQ(text, added(last, D::Day, INT_MAX));
     EXPECT_EQ(text, added(last, D::Minute, INT_MAX));
+    OrvoDateTime earliest = at("1/1/1970");
+    EXPECT_EQ(text + " with ", thrownBy([&] { earliest.subtract(D::Day, 1); }));
+    EXPECT_EQ(text + "h ", thrownBy([&] { earliest.subtract(D::Second, 1); }));
     const char first[] = "1/1/1970";
     EXPECT_EQ(text + " with ", added(first, D::Day, 0u - 1));
     EXPECT_EQ(text + "with ", added(first, D::Year, 0u - 1));

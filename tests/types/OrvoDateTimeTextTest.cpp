@@ -269,3 +269,44 @@ TEST_F(OrvoDateTimeTextTest, printingWorksWithTheLibrarysConversionFacets) {
     EXPECT_EQ(L"Sunday", value.weekdayName(std::locale(std::locale::classic(), new ansi_ctype)));
     EXPECT_EQ(L"10:20:30", value.dateToString(std::locale(std::locale::classic(), new utf8_ctype)));
 }
+
+namespace {
+
+/// Prints only the conversion it is asked for.
+class Conversions : public std::time_put<wchar_t> {
+    iter_type do_put(iter_type out, std::ios_base&, wchar_t, const std::tm* fields, char c,
+                     char) const override {
+        for (const char digit : c + std::to_string(fields->tm_hour)) *out++ = static_cast<wchar_t>(digit);
+        return out;
+    }
+};
+
+}  // namespace
+
+TEST_F(OrvoDateTimeTextTest, everyPrintingFunctionHasItsOwnConversion) {
+    testing_support::useZone("XXX-2");
+    const std::locale locale(std::locale::classic(), new Conversions);
+    OrvoDateTime value;
+    value = string("15/3/2009 10:20:30");
+    EXPECT_EQ(L"c10", value.toString(locale));
+    EXPECT_EQ(L"X10", value.dateToString(locale));
+    EXPECT_EQ(L"x10", value.timeToString(locale));
+    EXPECT_EQ(L"A10", value.weekdayName(locale));
+    EXPECT_EQ(L"B10", value.monthName(locale));
+    value.set(locale);
+    EXPECT_EQ(L"c8", value.toGMTString());
+    testing_support::useZone("UTC0");
+}
+
+TEST_F(OrvoDateTimeTextTest, aLaterGlobalLocaleReachesCopiesButNotNewValues) {
+    const OrvoDateTime before;
+    const std::locale old = std::locale::global(std::locale(std::locale::classic(), new Conversions));
+    const OrvoDateTime created;
+    OrvoDateTime copy(before);
+    std::locale::global(old);
+    EXPECT_EQ(L'X', copy.dateToString().front());
+    EXPECT_NE(L'X', created.dateToString().front());
+    EXPECT_NE(L'X', before.dateToString().front());
+    copy = created;
+    EXPECT_EQ(L'X', copy.dateToString().front());
+}

@@ -266,3 +266,85 @@ TEST(OrvoDateTimeZoneTest, standardTimeIsRefusedInSummer) {
     EXPECT_EQ("15/7/2009 11:0:0", textOf(value));
     testing_support::useZone("UTC0");
 }
+
+TEST(OrvoDateTimeZoneTest, daylightTimeIsRefusedInWinter) {
+    testing_support::useZone("CET-1CEST");
+    std::tm fields{};
+    fields.tm_mday = 15;
+    fields.tm_year = 109;
+    fields.tm_hour = 10;
+    fields.tm_isdst = 1;
+    OrvoDateTime value;
+    EXPECT_THROW(value = fields, OrvoInvalidDateException);
+    fields.tm_mon = 6;
+    value = fields;
+    EXPECT_EQ("15/7/2009 10:0:0", textOf(value));
+    testing_support::useZone("UTC0");
+}
+
+TEST(OrvoDateTimeZoneTest, theRfcFormIsLocalTimeInWinterAndSummerWhateverItsZoneSays) {
+    testing_support::useZone("CET-1CEST");
+    OrvoDateTime value;
+    value = string("Sun 15 Feb 2009 10:20:30 GMT,");
+    EXPECT_EQ("15/2/2009 10:20:30", textOf(value));
+    const long long winter = value.getTime();
+    value = string("Wed 15 Jul 2009 10:20:30 GMT,");
+    EXPECT_EQ("15/7/2009 10:20:30", textOf(value));
+    const long long summer = value.getTime();
+    testing_support::useZone("UTC0");
+    value = string("15/2/2009 10:20:30");
+    EXPECT_EQ(value.getTime() - hour, winter);
+    value = string("15/7/2009 10:20:30");
+    EXPECT_EQ(value.getTime() - 2 * hour, summer);
+}
+
+// The question is asked with the daylight flag of the value: half past midnight of 29 February in daylight
+// time is late on the 28th, and that is still February.
+TEST(OrvoDateTimeZoneTest, inSummerTheFirstHourOfADayIsInALeapYearAlways) {
+    testing_support::useZone("CET-1CEST");
+    OrvoDateTime value;
+    value = string("15/7/2009 00:30:00");
+    EXPECT_TRUE(value.isLeapYear());
+    value = string("15/7/2009 01:30:00");
+    EXPECT_FALSE(value.isLeapYear());
+    value = string("15/7/2008 01:30:00");
+    EXPECT_TRUE(value.isLeapYear());
+    testing_support::useZone("UTC0");
+}
+
+// Hour, minute and second are stored as they are, so that a value may hold a time the clocks skipped.
+TEST(OrvoDateTimeZoneTest, aSkippedTimeReachedByItsHourEqualsTheTimeTheSystemTakesItFor) {
+    int zonesThatSkip = 0;
+    for (const string& zone : testing_support::changingZones()) {
+        SCOPED_TRACE(zone);
+        testing_support::useZone(zone);
+        OrvoDateTime value;
+        std::tm skipped{};
+        for (int month = 0, day = 1; month < 6; day = day % 31 + 1, month += day == 1) {
+            char text[40];
+            std::snprintf(text, sizeof text, "%d/%d/2009 04:30:00", day, month + 1);
+            string message;
+            if (!value.setDateTimeFromStrImpl(text, message)) continue;
+            value.setHour(2);
+            skipped = std::tm{};
+            skipped.tm_mday = day;
+            skipped.tm_mon = month;
+            skipped.tm_year = 109;
+            skipped.tm_hour = 2;
+            skipped.tm_min = 30;
+            skipped.tm_isdst = -1;
+            systemInstant(skipped);
+            if (skipped.tm_hour != 2) break;
+        }
+        if (skipped.tm_hour == 2) continue;  // a zone that changes at another hour or in the autumn
+        ++zonesThatSkip;
+        OrvoDateTime normal;
+        normal = string(textOf(skipped));
+        EXPECT_EQ(2u, value.getHour());
+        EXPECT_TRUE(value == normal && value <= normal && value >= normal);
+        EXPECT_FALSE(value < normal || normal < value);
+        EXPECT_EQ(value.toString(), normal.toString());
+    }
+    EXPECT_GT(zonesThatSkip, 0);
+    testing_support::useZone("UTC0");
+}
