@@ -2,6 +2,8 @@
 #ifndef ORVO_EVENT_H
 #define ORVO_EVENT_H
 
+#include <atomic>
+#include <cstddef>
 #include <vector>
 
 #include "OrvoCriticalSection.h"
@@ -77,8 +79,15 @@ public:
     virtual void notify(const OrvoNotification& note);
 
 private:
+    friend class OrvoEvent;
+
+    void noteChange();
+
     OrvoCriticalSectionObject m_lock;
     std::vector<OrvoDependent*> m_dependents;
+    // Written under the lock and read without it.
+    std::atomic<std::size_t> m_count{0};
+    std::atomic<std::size_t> m_changes{0};
 };
 
 /// An event of the operating system that releases one waiter each time it is set, and tells its dependents
@@ -126,7 +135,7 @@ public:
 
 protected:
     /// A new notification for the dependents; null when there is no memory. Whoever overrides one of these
-    /// two overrides both.
+    /// two overrides both. An event of this very class makes none when it has no dependents.
     virtual OrvoNotification* createNotification();
     /// Deletes it; null is ignored.
     virtual void destroyNotification(OrvoNotification* notification);

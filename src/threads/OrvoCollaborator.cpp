@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 
 #include "OrvoEvent.h"
 
@@ -38,21 +39,42 @@ OrvoCollaborator::~OrvoCollaborator() = default;
 void OrvoCollaborator::addDependent(OrvoDependent& dependent) {
     OrvoCriticalSection guard(m_lock);
     m_dependents.push_back(&dependent);
+    noteChange();
 }
 
 void OrvoCollaborator::removeDependent(OrvoDependent& dependent) {
     OrvoCriticalSection guard(m_lock);
     m_dependents.erase(std::remove(m_dependents.begin(), m_dependents.end(), &dependent), m_dependents.end());
+    noteChange();
+}
+
+inline void OrvoCollaborator::noteChange() {
+    m_count = m_dependents.size();
+    ++m_changes;
 }
 
 void OrvoCollaborator::notify(const OrvoNotification& note) {
-    OrvoCriticalSection guard(m_lock);
-    // By index and with a fresh count: handlers add and remove dependents while the round goes on.
-    for (std::size_t i = 0; i < m_dependents.size(); ++i) {
-        OrvoDependent& dependent = *m_dependents[i];
-        guard.unlock();
-        dependent.handleNotification(*this, note);
-        guard.lock();
+    if (m_count == 0) return;
+
+    // Handlers add and remove dependents while the round goes on, so each step goes by index and by the list
+    // of its own moment. As long as nothing changes, a copy of the list is as good and needs no lock.
+    std::array<OrvoDependent*, 16> copy;
+    std::size_t first = 0;  // where in the list the copy begins
+    std::size_t count = 0;  // of the whole list
+    std::size_t changes = 0;
+    const auto copyFrom = [&](std::size_t index) {
+        OrvoCriticalSection guard(m_lock);
+        first = index;
+        count = m_dependents.size();
+        changes = m_changes;
+        for (std::size_t i = index; i < count && i - first < copy.size(); ++i)
+            copy[i - first] = m_dependents[i];
+    };
+    copyFrom(0);
+    for (std::size_t i = 0; i < count;) {
+        copy[i - first]->handleNotification(*this, note);
+        ++i;
+        if (m_changes != changes || i - first == copy.size()) copyFrom(i);
     }
 }
 
