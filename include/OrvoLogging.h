@@ -132,7 +132,7 @@ private:
     template <class Number>
     OrvoLogging& addInteger(Number value);
     OrvoLogging& addFormatted(double value);
-    void writeRecord(const string& area);
+    void writeRecord(const char* area);
     void makeIdle();
 
     static std::atomic<OrvoLogging*> m_pInstance;

@@ -146,7 +146,7 @@ void OrvoLogging::endrecord() {
     const bool inArea = !m_currentArea.empty();
     const int level = inArea ? getLogLevel(m_currentArea) : getLogLevel();
     const bool passes = m_currentLevel == 0 || (level >= 0 && level >= m_currentLevel);
-    if (passes && !m_record.empty()) writeRecord(inArea ? m_currentArea : "Global");
+    if (passes && !m_record.empty()) writeRecord(inArea ? m_currentArea.c_str() : "Global");
 }
 
 void OrvoLogging::makeIdle() {
@@ -157,8 +157,7 @@ void OrvoLogging::makeIdle() {
     m_lock.unwind();
 }
 
-void OrvoLogging::writeRecord(const string& area) {
-    m_line.clear();
+void OrvoLogging::writeRecord(const char* area) {
     if (m_recordDataEnabled && m_currentLevel != 0)
         setRecordPrefix(m_line, OrvoDateTime(), m_currentLevel, area, platform::currentThreadId());
     m_line += m_record.c_str();  // up to a NUL, as "%s"

@@ -21,11 +21,11 @@ std::string withLineEnds(const std::string& text, const std::string& lineEnd) {
 }  // namespace
 
 RecordFile::RecordFile(std::unique_ptr<platform::LogFile> file)
-    : m_file(std::move(file)), m_lineEnd(m_file->lineEnd()) {}
+    : m_file(std::move(file)), m_lineEnd(m_file->lineEnd()), m_asItIs(m_lineEnd == "\n") {}
 
 void RecordFile::append(const std::string& record) {
     std::string adapted;
-    const bool asItIs = !m_torn && m_lineEnd == "\n";
+    const bool asItIs = m_asItIs && !m_torn;
     if (!asItIs) adapted = withLineEnds(m_torn ? "\n" + record : record, m_lineEnd);
     const std::string& bytes = asItIs ? record : adapted;
 

@@ -22,6 +22,7 @@ public:
 private:
     std::unique_ptr<platform::LogFile> m_file;
     const std::string m_lineEnd;
+    const bool m_asItIs;  // lines end as the records' own
     bool m_torn = false;
 };
 

@@ -1,6 +1,8 @@
 #include "logging/RecordPrefix.h"
 
+#include <algorithm>
 #include <charconv>
+#include <cstring>
 
 #include "OrvoDateTime.h"
 
@@ -26,9 +28,8 @@ char* putTwoDigits(char* to, char before, unsigned int value) {
 
 }  // namespace
 
-void setRecordPrefix(std::string& line, const OrvoDateTime& time, int level, const std::string& area,
-                     int thread) {
-    char text[40];
+void setRecordPrefix(std::string& line, const OrvoDateTime& time, int level, const char* area, int thread) {
+    char text[longestPrefix + 64];
     char* end = putTwoDigits(text, time.getYear() / 100);
     end = putTwoDigits(end, time.getYear() % 100);
     end = putTwoDigits(end, time.getMonth());
@@ -39,20 +40,17 @@ void setRecordPrefix(std::string& line, const OrvoDateTime& time, int level, con
     *end++ = ' ';
     end = putNumber(end, level);
     *end++ = ' ';
-    line.assign(text, end);
 
-    const std::size_t areaStart = line.size();
-    line += area.c_str();  // up to a NUL, as "%s"
-    if (line.size() < areaStart + areaWidth) line.resize(areaStart + areaWidth, ' ');
+    const std::size_t areaLength = std::min(std::strlen(area), longestPrefix);
+    end = std::copy_n(area, areaLength, end);
+    if (areaLength < areaWidth) end = std::fill_n(end, areaWidth - areaLength, ' ');
 
-    end = text;
     *end++ = ' ';
     *end++ = '[';
     end = putNumber(end, thread);
     *end++ = ']';
     *end++ = ' ';
-    line.append(text, end);
-    if (line.size() > longestPrefix) line.resize(longestPrefix);
+    line.assign(text, std::min(static_cast<std::size_t>(end - text), longestPrefix));
 }
 
 }  // namespace OrvoSupport

@@ -12,8 +12,7 @@ class OrvoDateTime;
 /// characters.
 ///
 /// Thread safety: any thread.
-void setRecordPrefix(std::string& line, const OrvoDateTime& time, int level, const std::string& area,
-                     int thread);
+void setRecordPrefix(std::string& line, const OrvoDateTime& time, int level, const char* area, int thread);
 
 }  // namespace OrvoSupport
 
