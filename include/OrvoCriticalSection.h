@@ -64,7 +64,6 @@ public:
 private:
     ::LockImplementation* init();
     ::LockImplementation* create();
-    ::LockImplementation* publish(::LockImplementation* made);
 
     std::atomic<::LockImplementation*> m_impl;
     bool m_useCriticalSection;

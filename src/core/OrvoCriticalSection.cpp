@@ -6,6 +6,21 @@
 #include "core/ObjectLock.h"
 
 namespace OrvoSupport {
+namespace {
+
+/// Makes a lock unless somebody else has been faster; null when the system has none left.
+LockImplementation* publish(std::atomic<LockImplementation*>& place, bool useCriticalSection) {
+    LockImplementation* const made = new (std::nothrow) LockImplementation(useCriticalSection);
+    if (!made) return nullptr;
+    made->addRef();
+    LockImplementation* impl = nullptr;
+    if (made->mutex().usable() && place.compare_exchange_strong(impl, made, std::memory_order_acq_rel))
+        return made;
+    made->release();
+    return impl;
+}
+
+}  // namespace
 
 OrvoCriticalSectionObject::OrvoCriticalSectionObject(const OrvoCriticalSectionObject& other)
     : m_impl(other.m_impl.load(std::memory_order_acquire)), m_useCriticalSection(other.m_useCriticalSection) {
@@ -59,18 +74,8 @@ LockImplementation* OrvoCriticalSectionObject::create() {
     if (creation == this) creation = nullptr;
     if (creation) creation->lock();
     LockImplementation* impl = m_impl.load(std::memory_order_acquire);
-    if (!impl) impl = publish(new (std::nothrow) LockImplementation(m_useCriticalSection));
+    if (!impl) impl = publish(m_impl, m_useCriticalSection);
     if (creation) creation->unlock();
-    return impl;
-}
-
-LockImplementation* OrvoCriticalSectionObject::publish(LockImplementation* made) {
-    if (!made) return nullptr;
-    made->addRef();
-    LockImplementation* impl = nullptr;
-    if (made->mutex().usable() && m_impl.compare_exchange_strong(impl, made, std::memory_order_acq_rel))
-        return made;
-    made->release();
     return impl;
 }
 

@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <limits>
 #include <new>
+#include <type_traits>
 
 #include "platform/posix/LockOwners.h"
 
@@ -24,8 +25,8 @@ constexpr std::int64_t millisecond = 1'000'000;
 constexpr std::int64_t forEver = std::numeric_limits<std::int64_t>::max();
 constexpr std::int64_t tryTime = 100 * millisecond;
 
-// A sleep is never long at first: it ends by itself, so that the sleeper can look whether the holder is still
-// there, and so that a wake-up that went past it costs no more than that.
+// A sleep is short at first and at most as long as all before it together. It ends by itself, so that the
+// sleeper can look whether the holder is still there, and so that a call that went past it costs no more.
 constexpr std::int64_t firstSleep = 250 * microsecond;
 constexpr std::int64_t longestSleep = 32 * millisecond;
 constexpr int spins = 4;
@@ -44,21 +45,24 @@ void pauseBriefly() {
 #endif
 }
 
-std::uint32_t* address(std::atomic<OwnerId>& word) { return reinterpret_cast<std::uint32_t*>(&word); }
+std::uint32_t* address(std::atomic<std::uint32_t>& word) { return reinterpret_cast<std::uint32_t*>(&word); }
 
 // False when the time ran out; true when it is worth looking again.
-bool sleepWhile(std::atomic<OwnerId>& word, OwnerId value, std::int64_t nanoseconds) {
+bool sleepWhile(std::atomic<std::uint32_t>& word, std::uint32_t value, std::int64_t nanoseconds) {
     const timespec limit = {static_cast<time_t>(nanoseconds / (1000 * millisecond)),
                             static_cast<long>(nanoseconds % (1000 * millisecond))};
     return ::syscall(SYS_futex, address(word), FUTEX_WAIT_PRIVATE, value, &limit, nullptr, 0) == 0 ||
            errno != ETIMEDOUT;
 }
 
-void wakeOne(std::atomic<OwnerId>& word) {
+void wakeOne(std::atomic<std::uint32_t>& word) {
     ::syscall(SYS_futex, address(word), FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
 }
 
 enum class Outcome { taken, takenFromTheDead, timedOut };
+
+// Calls and answers take turns to count.
+constexpr bool isOpen(std::uint32_t call) { return call % 2 != 0; }
 
 }  // namespace
 
@@ -66,23 +70,25 @@ struct Mutex::State {
     explicit State(bool watch) : watchesHolder(watch) {}
 
     bool heldByThisThread() const { return holder.load(std::memory_order_relaxed) == ownerIdOfThisThread; }
-    bool takeAtOnce();
+    bool takeAtOnce(OwnerId self);
+    bool takeSoon();
     Outcome takeWithin(std::int64_t nanoseconds);
     Outcome sleepUntilTaken(std::int64_t deadline);
     void takeAgain();
     void giveUpAll();
+    bool callSleeper();
+    void answerCall();
 
     std::atomic<OwnerId> holder{0};
     std::atomic<std::int32_t> moreHolds{0};  // beyond the first; 0 while free; written by the holder only
-    std::atomic<std::int32_t> sleepers{0};
-    std::atomic<bool> waking{false};  // a sleeper has been woken and has not come yet
+    std::atomic<std::int32_t> sleepers{0};   // those killed in their sleep stay counted
+    std::atomic<std::uint32_t> calls{0};     // what sleepers sleep on; odd while a call has no answer
     const bool watchesHolder;
 };
 
-// Takes the lock if it is free.
-inline bool Mutex::State::takeAtOnce() {
-    OwnerId self = ownerIdOfThisThread;
-    if (__builtin_expect(self == unregistered, 0)) self = registerThisThread();
+// Takes the lock if it is free and the thread has a name.
+inline bool Mutex::State::takeAtOnce(OwnerId self) {
+    if (__builtin_expect(self == unregistered, 0)) return false;
     OwnerId nobody = 0;
     // An atomic exchange is most of what a free lock costs, and with one thread there is nobody to race with.
     if (__libc_single_threaded) {
@@ -98,41 +104,64 @@ inline void Mutex::State::takeAgain() {
 }
 
 // Nothing of the lock is read after the store that frees it: whoever takes it next may destroy it. A sleeper
-// that arrives between the accesses is not woken and looks again when its sleep ends. As long as one that was
-// woken is on its way, waking another would only cost the holder time.
+// that counts itself only between the accesses is not called, and looks again when its first sleep ends.
 inline void Mutex::State::giveUpAll() {
-    const bool wake =
-        sleepers.load(std::memory_order_relaxed) != 0 && !waking.load(std::memory_order_relaxed);
-    if (__builtin_expect(wake, 0)) waking.store(true, std::memory_order_relaxed);
+    const bool call = __builtin_expect(sleepers.load(std::memory_order_relaxed) != 0, 0) && callSleeper();
     holder.store(0, std::memory_order_release);
-    if (__builtin_expect(wake, 0)) wakeOne(holder);
+    if (call) wakeOne(calls);
 }
 
+// True when a sleeper is to be woken. As long as one that was called has not answered, calling another would
+// only cost the holder time.
+bool Mutex::State::callSleeper() {
+    const std::uint32_t call = calls.load(std::memory_order_relaxed);
+    if (isOpen(call)) return false;
+    calls.store(call + 1, std::memory_order_relaxed);
+    return true;
+}
+
+// From here on the next unlock calls again.
+void Mutex::State::answerCall() {
+    std::uint32_t call = calls.load();
+    if (isOpen(call)) calls.compare_exchange_strong(call, call + 1);
+}
+
+bool Mutex::State::takeSoon() {
+    for (int i = 0; i < spins; ++i) {
+        if (holder.load(std::memory_order_relaxed) == 0 && takeAtOnce(ownerIdOfThisThread)) return true;
+        pauseBriefly();
+    }
+    return false;
+}
+
+// The way on for those who did not get the lock at once.
 Outcome Mutex::State::takeWithin(std::int64_t nanoseconds) {
-    if (takeAtOnce()) return Outcome::taken;
+    if (ownerIdOfThisThread == unregistered && takeAtOnce(registerThisThread())) return Outcome::taken;
     if (nanoseconds == 0) return Outcome::timedOut;
-    return sleepUntilTaken(nanoseconds == forEver ? forEver : monotonicTime() + nanoseconds);
+    const std::int64_t deadline = nanoseconds == forEver ? forEver : monotonicTime() + nanoseconds;
+    if (takeSoon()) return Outcome::taken;
+    sleepers.fetch_add(1);
+    Outcome outcome = sleepUntilTaken(deadline);
+    answerCall();
+    // Whoever leaves without the lock might have been the one who was called.
+    if (outcome == Outcome::timedOut && takeAtOnce(ownerIdOfThisThread)) outcome = Outcome::taken;
+    sleepers.fetch_sub(1);
+    return outcome;
 }
 
+// One that was called and came too late does not answer at once, but sleeps for a moment: the holder is busy
+// with the lock, and to be called at each of its unlocks would slow both down.
 Outcome Mutex::State::sleepUntilTaken(std::int64_t deadline) {
-    std::int64_t sleep = firstSleep;
-    for (;;) {
-        for (int i = 0; i < spins; ++i) {
-            if (holder.load(std::memory_order_relaxed) == 0 && takeAtOnce()) return Outcome::taken;
-            pauseBriefly();
-        }
-        std::int64_t left = sleep;
+    for (std::int64_t sleep = firstSleep;;) {
+        const std::uint32_t call = calls.load();
+        if (takeSoon()) return Outcome::taken;
+        std::int64_t left = isOpen(call) ? firstSleep : sleep;
         if (deadline != forEver) left = std::min(left, deadline - monotonicTime());
         if (left <= 0) return Outcome::timedOut;
-
         OwnerId other = holder.load(std::memory_order_relaxed);
-        if (other == 0) continue;
-        sleepers.fetch_add(1);
-        const bool lookAgain = sleepWhile(holder, other, left);
-        sleepers.fetch_sub(1);
-        waking.store(false, std::memory_order_relaxed);
-        if (lookAgain) continue;
+        if (other == 0 || sleepWhile(calls, call, left)) continue;
 
+        answerCall();
         sleep = std::min(2 * sleep, longestSleep);
         if (watchesHolder && hasEnded(other) &&
             holder.compare_exchange_strong(other, ownerIdOfThisThread, std::memory_order_acquire)) {
@@ -142,23 +171,28 @@ Outcome Mutex::State::sleepUntilTaken(std::int64_t deadline) {
     }
 }
 
-Mutex::Mutex(Flavour flavour) noexcept : m_state(new (std::nothrow) State(flavour == Flavour::kernel)) {}
-
-Mutex::~Mutex() {
-    if (m_state && m_state->watchesHolder) unwind();
-    delete m_state;
+Mutex::Mutex(Flavour flavour) noexcept {
+    static_assert(sizeof(State) <= sizeof m_storage && std::is_trivially_destructible_v<State>);
+    new (m_storage) State(flavour == Flavour::kernel);
 }
 
+Mutex::~Mutex() {
+    if (state().watchesHolder) unwind();
+}
+
+bool Mutex::usable() const { return true; }
+
 void Mutex::lock() {
-    State& state = *m_state;
-    if (state.heldByThisThread())
+    State& state = this->state();
+    const OwnerId self = ownerIdOfThisThread;
+    if (state.holder.load(std::memory_order_relaxed) == self)
         state.takeAgain();
-    else if (!state.takeAtOnce())
-        state.sleepUntilTaken(forEver);
+    else if (!state.takeAtOnce(self))
+        state.takeWithin(forEver);
 }
 
 void Mutex::unlock() {
-    State& state = *m_state;
+    State& state = this->state();
     if (!state.heldByThisThread()) return;
     const std::int32_t more = state.moreHolds.load(std::memory_order_relaxed);
     if (more > 0)
@@ -168,25 +202,26 @@ void Mutex::unlock() {
 }
 
 bool Mutex::tryLock() {
-    State& state = *m_state;
-    if (state.heldByThisThread()) {
+    State& state = this->state();
+    const OwnerId self = ownerIdOfThisThread;
+    if (state.holder.load(std::memory_order_relaxed) == self) {
         state.takeAgain();
         return true;
     }
+    if (state.takeAtOnce(self)) return true;
     const Outcome outcome = state.takeWithin(state.watchesHolder ? tryTime : 0);
     if (outcome == Outcome::takenFromTheDead) state.giveUpAll();
     return outcome == Outcome::taken;
 }
 
 int Mutex::depth() const {
-    const bool held = m_state->holder.load(std::memory_order_relaxed) != 0;
-    return held ? 1 + m_state->moreHolds.load(std::memory_order_relaxed) : 0;
+    const bool held = state().holder.load(std::memory_order_relaxed) != 0;
+    return held ? 1 + state().moreHolds.load(std::memory_order_relaxed) : 0;
 }
 
 void Mutex::unwind() {
-    State& state = *m_state;
-    if (!state.heldByThisThread() && state.takeWithin(state.watchesHolder ? tryTime : 0) == Outcome::timedOut)
-        return;
+    State& state = this->state();
+    if (!state.heldByThisThread() && !tryLock()) return;
     state.moreHolds.store(0, std::memory_order_relaxed);
     state.giveUpAll();
 }

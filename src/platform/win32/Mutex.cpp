@@ -20,7 +20,6 @@ struct Mutex::State {
     State(const State&) = delete;
     State& operator=(const State&) = delete;
 
-    bool usable() const { return useSection || mutex; }
     bool heldByThisThread() const { return holder.load(std::memory_order_relaxed) == ::GetCurrentThreadId(); }
     void count(int depthNow);
     bool leave();
@@ -72,50 +71,51 @@ void Mutex::State::free() {
     ::ReleaseMutex(mutex);
 }
 
-Mutex::Mutex(Flavour flavour) noexcept
-    : m_state(new (std::nothrow) State(flavour == Flavour::criticalSection)) {
-    if (m_state && !m_state->usable()) {
-        delete m_state;
-        m_state = nullptr;
-    }
+Mutex::Mutex(Flavour flavour) noexcept {
+    static_assert(sizeof(State) <= sizeof m_storage && alignof(State) <= alignof(void*));
+    new (m_storage) State(flavour == Flavour::criticalSection);
 }
 
 Mutex::~Mutex() {
-    if (m_state && !m_state->useSection) unwind();
-    delete m_state;
+    if (!state().useSection) unwind();
+    state().~State();
 }
 
+bool Mutex::usable() const { return state().useSection || state().mutex; }
+
 void Mutex::lock() {
+    State& state = this->state();
     bool abandoned = false;
-    if (m_state->useSection)
-        ::EnterCriticalSection(&m_state->section);
+    if (state.useSection)
+        ::EnterCriticalSection(&state.section);
     else
-        abandoned = ::WaitForSingleObject(m_state->mutex, INFINITE) == WAIT_ABANDONED;
-    m_state->count(abandoned ? 1 : m_state->depth.load(std::memory_order_relaxed) + 1);
+        abandoned = ::WaitForSingleObject(state.mutex, INFINITE) == WAIT_ABANDONED;
+    state.count(abandoned ? 1 : state.depth.load(std::memory_order_relaxed) + 1);
 }
 
 void Mutex::unlock() {
-    if (m_state->heldByThisThread()) m_state->leave();
+    if (state().heldByThisThread()) state().leave();
 }
 
 bool Mutex::tryLock() {
-    if (m_state->useSection) {
-        if (!::TryEnterCriticalSection(&m_state->section)) return false;
+    State& state = this->state();
+    if (state.useSection) {
+        if (!::TryEnterCriticalSection(&state.section)) return false;
     } else {
-        const DWORD result = ::WaitForSingleObject(m_state->mutex, tryMilliseconds);
-        if (result == WAIT_ABANDONED) m_state->free();
+        const DWORD result = ::WaitForSingleObject(state.mutex, tryMilliseconds);
+        if (result == WAIT_ABANDONED) state.free();
         if (result != WAIT_OBJECT_0) return false;
     }
-    m_state->count(m_state->depth.load(std::memory_order_relaxed) + 1);
+    state.count(state.depth.load(std::memory_order_relaxed) + 1);
     return true;
 }
 
-int Mutex::depth() const { return m_state->depth.load(std::memory_order_relaxed); }
+int Mutex::depth() const { return state().depth.load(std::memory_order_relaxed); }
 
 void Mutex::unwind() {
     if (!tryLock()) return;
     // Counted beforehand: after the last hold is given up the depth is the next holder's.
-    for (int holds = m_state->depth.load(std::memory_order_relaxed); holds > 0 && m_state->leave();) --holds;
+    for (int holds = depth(); holds > 0 && state().leave();) --holds;
 }
 
 }  // namespace OrvoSupport::platform

@@ -1,6 +1,7 @@
 // Holders of a lock that end without running any code of their own, and thread ids that come back.
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <signal.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -98,6 +99,38 @@ TEST(LockOwnerTest, waitersGoOnWhenTheHolderIsEndedWhileTheyWait) {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     signals->end = true;
     EXPECT_EQ(1, waiter.get());
+}
+
+TEST(LockOwnerTest, aWaiterThatIsEndedInItsSleepLeavesTheLockToTheOthers) {
+    ::signal(SIGUSR1, [](int) { ::syscall(SYS_exit, 0); });
+    OrvoCriticalSectionObject lock;
+    lock.lock();
+    const auto waiter = std::make_shared<std::atomic<pid_t>>(0);
+    std::thread([&lock, waiter] {
+        *waiter = ::gettid();
+        lock.lock();
+    }).detach();
+    while (*waiter == 0) std::this_thread::yield();
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    while (::tgkill(::getpid(), *waiter, SIGUSR1) == 0) std::this_thread::yield();
+    ::signal(SIGUSR1, SIG_DFL);
+
+    int passed = 0;
+    std::thread other([&] {
+        for (int i = 0; i < 1000; ++i) {
+            const OrvoCriticalSection guard(lock);
+            ++passed;
+        }
+    });
+    for (int i = 0; i < 1000; ++i) {
+        lock.unlock();
+        lock.lock();
+        ++passed;
+    }
+    lock.unlock();
+    other.join();
+    EXPECT_EQ(2000, passed);
+    EXPECT_EQ(0, lock.lockCount());
 }
 
 TEST(LockOwnerTest, aThreadWithTheSameIdIsAnotherOwner) {
