@@ -116,6 +116,14 @@ void notifyTenByHand(benchmark::State& state) {
     }
 }
 
+void waitForTheSecondOf2(benchmark::State& state) {
+    std::array<OrvoEvent, 2> events;
+    for (auto _ : state) {
+        events[1].set();
+        OrvoEvent::wait(2, events.data(), false, -1);
+    }
+}
+
 void waitForTheLastOf64(benchmark::State& state) {
     std::array<OrvoEvent, 64> events;
     for (auto _ : state) {
@@ -139,6 +147,7 @@ BENCHMARK(pingPong<StandardEvent>)->Name("ping_pong/peer:mutex_condvar")->UseRea
 BENCHMARK(pingPong<FutexEvent>)->Name("ping_pong/floor:futex")->UseRealTime();
 BENCHMARK(notifyTen)->Name("notify_ten/ours");
 BENCHMARK(notifyTenByHand)->Name("notify_ten/floor:recursive_mutex_by_hand");
+BENCHMARK(waitForTheSecondOf2)->Name("wait_any_of_2/ours");
 BENCHMARK(waitForTheLastOf64)->Name("wait_any_of_64/ours");
 BENCHMARK(waitForAllOf8)->Name("wait_all_of_8/ours");
 

@@ -11,12 +11,13 @@ namespace OrvoSupport::platform {
 class Waitable;
 struct Waiter;
 
-/// A waiter's place in the queue of one waitable.
+/// A waiter's place in the queue of one waitable. Nothing is set in a new one: a wait makes room for the most
+/// places there can be and mostly uses one or two.
 struct WaitPlace {
-    Waitable* waitable = nullptr;  // null when it was destroyed meanwhile
-    Waiter* waiter = nullptr;
-    WaitPlace* previous = nullptr;
-    WaitPlace* next = nullptr;
+    Waitable* waitable;  // null when it was destroyed meanwhile
+    Waiter* waiter;
+    WaitPlace* previous;  // the neighbours are set when it joins the queue
+    WaitPlace* next;
 };
 
 /// A thread that waits, on that thread's stack. Everything but `state` is guarded by the one wait lock; once
