@@ -1,8 +1,18 @@
 #include "logging/Trace.h"
 
+#include <thread>
+
 #include "logging/LogFixture.h"
 
 using namespace OrvoSupport;
+
+namespace {
+
+struct Unwritable {};
+
+OrvoLogging& operator<<(OrvoLogging&, const Unwritable&) { throw 17; }
+
+}  // namespace
 
 class TraceTest : public PlainLogFixture {};
 
@@ -25,6 +35,13 @@ TEST_F(TraceTest, isRefusedAboveTheLevelOfTheInstance) {
 TEST_F(TraceTest, isRefusedWithoutAnInstance) {
     trace(0, "dropped");
     EXPECT_EQ("", text());
+}
+
+TEST_F(TraceTest, endsItsRecordBeforeAPieceThatCannotBeAppended) {
+    OrvoLogging::setInstance(logger);
+    EXPECT_THROW(trace(4, "begun ", 1, Unwritable(), "never"), int);
+    std::thread([this] { logger << "other thread" << endrecord; }).join();
+    EXPECT_EQ("begun 1\nother thread\n", text());
 }
 
 TEST(TraceLevelTest, isRefusedByAnInstanceThatLetsNothingThrough) {
