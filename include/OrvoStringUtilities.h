@@ -72,8 +72,9 @@ public:
     /// SysFreeString on Windows. On Linux it is the wide text with its NUL, right behind a 32-bit length in
     /// bytes. Throws OrvoException when there is no memory for it.
     static wchar_t* makeBSTR(const wstring& text);
-    /// A copy of a COM string up to its first NUL; null gives the empty string. Throws OrvoException when
-    /// there is no memory for it.
+    /// A copy of a COM string up to its first NUL; null gives the empty string. Bytes behind the last whole
+    /// character count as one more, filled up with zeros. Throws OrvoException when there is no memory for
+    /// it.
     static wstring widen(wchar_t* const& bstr);
     /// Releases what makeBSTR returned; null is allowed.
     static void freeBSTR(wchar_t* bstr);

@@ -10,8 +10,8 @@ namespace OrvoSupport::platform {
 /// A new COM string of `length` characters, or null when there is no memory for it.
 wchar_t* allocateComString(const wchar_t* text, std::size_t length);
 
-/// The length in characters, NULs included; 0 for null.
-std::size_t comStringLength(const wchar_t* comString);
+/// The length in bytes, NULs included, which need not make whole characters; 0 for null.
+std::size_t comStringBytes(const wchar_t* comString);
 
 /// Releases a COM string; null is allowed.
 void freeComString(wchar_t* comString);

@@ -1,6 +1,7 @@
 #include "OrvoStringUtilities.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <cwchar>
 #include <limits>
 #include <memory>
@@ -133,11 +134,13 @@ wchar_t* OrvoStringUtilities::makeBSTR(const wstring& text) {
 }
 
 wstring OrvoStringUtilities::widen(wchar_t* const& bstr) {
-    const std::size_t length = platform::comStringLength(bstr);
-    if (length == 0) return wstring();
-    const wchar_t* end = std::wmemchr(bstr, L'\0', length);
+    const std::size_t bytes = platform::comStringBytes(bstr);
     try {
-        return wstring(bstr, end ? static_cast<std::size_t>(end - bstr) : length);
+        // COM strings may hold bytes of any number; what is left over is the start of one more character.
+        wstring text((bytes + sizeof(wchar_t) - 1) / sizeof(wchar_t), L'\0');
+        if (bytes > 0) std::memcpy(text.data(), bstr, bytes);
+        text.resize(std::wcslen(text.c_str()));
+        return text;
     } catch (const std::exception&) {
         throw failure("OrvoStringUtilities::widen: com_error exception converting BSTR -",
                       platform::comStringErrorText());

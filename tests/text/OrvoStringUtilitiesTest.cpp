@@ -59,9 +59,20 @@ TEST(OrvoStringUtilitiesTest, theResultMayBeFourTimesAsLongAsTheText) {
 // A long text is converted in pieces inside; no cut may show, wherever it falls.
 TEST(OrvoStringUtilitiesTest, longTextsConvertAsOneRange) {
     const auto& facet = std::use_facet<std::ctype<wchar_t>>(utf8Locale());
-    const char* const units[] = {"\xC3\xA4",          "\xE2\x82\xAC", "\xF0\x9F\x98\x80",
-                                 "a\xF0\x9F\x98\x80", "\x80",         "\xBF\xE2\x82\xAC",
-                                 "\xE2\x82",          "\xF0\x9F\x98", "\xC3\xC3\xA4\x80"};
+    const char* const units[] = {"\xC3\xA4",
+                                 "\xE2\x82\xAC",
+                                 "\xF0\x9F\x98\x80",
+                                 "a\xF0\x9F\x98\x80",
+                                 "\x80",
+                                 "\xBF\xE2\x82\xAC",
+                                 "\xE2\x82",
+                                 "\xF0\x9F\x98",
+                                 "\xC3\xC3\xA4\x80",
+                                 "\xF0\x9F\x98\x80\x80",
+                                 "\xF0\x80\x80\x80",
+                                 "\xF8\x88\x80\x80\x80",
+                                 "\xED\xA0\x80",
+                                 "\xE0\x80\xAF"};
     for (const char* unit : units) {
         for (std::size_t shift = 0; shift < 8; ++shift) {
             string text(shift, 'x');
@@ -216,6 +227,32 @@ TEST(OrvoStringUtilitiesTest, comStringsCarryTheirLengthInBytesInFront) {
     std::memcpy(&bytes, reinterpret_cast<const char*>(bstr) - sizeof bytes, sizeof bytes);
     EXPECT_EQ(3 * sizeof(wchar_t), bytes);
     EXPECT_EQ(L'\0', bstr[3]);
+    OrvoStringUtilities::freeBSTR(bstr);
+}
+
+// Gives a COM string another length, which other makers of such strings may choose freely.
+void setLengthInBytes(wchar_t* bstr, std::uint32_t bytes) {
+    std::memcpy(reinterpret_cast<char*>(bstr) - sizeof bytes, &bytes, sizeof bytes);
+}
+
+TEST(OrvoStringUtilitiesTest, comStringsEndAtTheirLength) {
+    wchar_t* const bstr = OrvoStringUtilities::makeBSTR(L"abcd");
+    setLengthInBytes(bstr, 2 * sizeof(wchar_t));
+    EXPECT_EQ(L"ab", OrvoStringUtilities::widen(bstr));
+    setLengthInBytes(bstr, 0);
+    EXPECT_EQ(L"", OrvoStringUtilities::widen(bstr));
+    setLengthInBytes(bstr, 4 * sizeof(wchar_t));
+    OrvoStringUtilities::freeBSTR(bstr);
+}
+
+TEST(OrvoStringUtilitiesTest, bytesLeftOverInAComStringStartOneMoreCharacter) {
+    wchar_t* const bstr = OrvoStringUtilities::makeBSTR(L"abc");
+    bstr[1] = 0x0141;
+    setLengthInBytes(bstr, sizeof(wchar_t) + 1);
+    EXPECT_EQ(L"aA", OrvoStringUtilities::widen(bstr));
+    setLengthInBytes(bstr, 1);
+    EXPECT_EQ(L"a", OrvoStringUtilities::widen(bstr));
+    setLengthInBytes(bstr, 3 * sizeof(wchar_t));
     OrvoStringUtilities::freeBSTR(bstr);
 }
 

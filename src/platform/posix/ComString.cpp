@@ -30,11 +30,11 @@ wchar_t* allocateComString(const wchar_t* text, std::size_t length) {
     return comString;
 }
 
-std::size_t comStringLength(const wchar_t* comString) {
+std::size_t comStringBytes(const wchar_t* comString) {
     if (!comString) return 0;
     LengthPrefix bytes = 0;
     std::memcpy(&bytes, comString - 1, sizeof bytes);
-    return bytes / sizeof(wchar_t);
+    return bytes;
 }
 
 void freeComString(wchar_t* comString) {

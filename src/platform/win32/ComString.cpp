@@ -15,8 +15,8 @@ wchar_t* allocateComString(const wchar_t* text, std::size_t length) {
     return ::SysAllocStringByteLen(reinterpret_cast<LPCSTR>(text), bytes);
 }
 
-std::size_t comStringLength(const wchar_t* comString) {
-    return ::SysStringByteLen(const_cast<BSTR>(comString)) / sizeof(wchar_t);
+std::size_t comStringBytes(const wchar_t* comString) {
+    return ::SysStringByteLen(const_cast<BSTR>(comString));
 }
 
 void freeComString(wchar_t* comString) { ::SysFreeString(comString); }
