@@ -141,6 +141,22 @@ TEST_F(CtypeFacetsTest, utf8GivesWhatTheSystemGivesForEverySequenceOfUpToThreeBy
     }
 }
 
+// The edges of what may follow each lead byte of four, and what stands beyond them.
+TEST_F(CtypeFacetsTest, utf8GivesWhatTheSystemGivesForSequencesOfFourBytes) {
+    const int followers[] = {0x7F, 0x80, 0x8F, 0x90, 0xBF, 0xC3, 0xE2, 0xF0, 0xFF};
+    for (int first = 0xEF; first < 0x100; ++first) {
+        string block;
+        for (const int second : followers)
+            for (const int third : followers)
+                for (const int fourth : followers) {
+                    const char bytes[] = {static_cast<char>(first), static_cast<char>(second),
+                                          static_cast<char>(third), static_cast<char>(fourth), 'x'};
+                    block.append(bytes, sizeof bytes);
+                }
+        ASSERT_TRUE(expectedFromUtf8(block) == widened(m_utf8, block)) << first;
+    }
+}
+
 TEST_F(CtypeFacetsTest, utf8NeverReadsPastACutSequence) {
     GuardedMemory memory(64);
     const int seconds[] = {0x41, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC3};

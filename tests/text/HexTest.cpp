@@ -65,6 +65,20 @@ TEST(HexTest, otherCharactersFollowTheArithmetic) {
     EXPECT_EQ(string(1, static_cast<char>(0xFA)), bytesOf("/*"));
 }
 
+// What callers have always got for each pair of characters, those beyond ASCII among them.
+TEST(HexTest, everyPairOfCharactersFollowsTheArithmetic) {
+    const auto upper = [](int c) { return c >= 'a' ? c - 32 : c; };
+    for (int first = -128; first < 128; ++first) {
+        const int high = upper(first) >= 'A' ? upper(first) - 55 : upper(first);
+        for (int second = -128; second < 128; ++second) {
+            const int low = upper(second) >= 'A' ? upper(second) - 55 : upper(second) - 48;
+            const int expected = ((high & 15) * 16) | low;
+            const string hex = {static_cast<char>(first), static_cast<char>(second)};
+            ASSERT_EQ(static_cast<char>(expected), bytesOf(hex)[0]) << first << ' ' << second;
+        }
+    }
+}
+
 TEST(HexTest, everyPairOfCharactersIsDecodedByItself) {
     const string bytes = allBytes();
     for (const char first : bytes) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "text/SystemText.h"
@@ -73,6 +74,41 @@ TEST(OrvoTokenizerTest, theBufferFormMarksTheEndOfEachPiece) {
     EXPECT_EQ(string(",,ab\0,cd\0ef", 11), string(buffer, 11));
 }
 
+// Words that strtok cuts from the text, which it changes as the buffer form must.
+Words cutByStrtok(char* text, const char* delimiters) {
+    Words words;
+    for (const char* word = std::strtok(text, delimiters); word; word = std::strtok(nullptr, delimiters))
+        words.emplace_back(word);
+    return words;
+}
+
+TEST(OrvoTokenizerTest, everyShortTextIsCutAndChangedAsStrtokDoes) {
+    const string letters = "a,;z";
+    for (int number = 0; number < 4096; ++number) {
+        string text;
+        for (int rest = number; rest > 0; rest /= 4) text += letters[static_cast<std::size_t>(rest % 4)];
+        string expected = text;
+        const Words words = cutByStrtok(expected.data(), ";,");
+        EXPECT_EQ(words, split(text, ";,")) << text;
+
+        Words out;
+        string buffer = text;
+        OrvoTokenizer(buffer.data(), static_cast<unsigned>(buffer.size() + 1), ";,", out);
+        EXPECT_EQ(words, out) << text;
+        EXPECT_EQ(expected, buffer) << text;
+    }
+}
+
+TEST(OrvoTokenizerTest, theLimitMayBeFarBeyondTheEnd) {
+    char buffer[] = "ab,cd";
+    Words out;
+    OrvoTokenizer(buffer, 0xFFFFFFFFu, ",", out);
+    EXPECT_EQ((Words{"ab", "cd"}), out);
+    char block[] = "ab\0cd\0";
+    OrvoTokenizer(block, 0xFFFFFFFFu, out);
+    EXPECT_EQ((Words{"ab", "cd"}), out);
+}
+
 TEST(OrvoTokenizerTest, theBufferFormStaysWithinItsLimit) {
     Words out = {"old"};
     OrvoTokenizer(nullptr, 10, ",", out);
@@ -98,6 +134,12 @@ TEST(OrvoTokenizerTest, noSplittingReadsAtOrPastTheLimit) {
         std::memcpy(buffer, text.data(), text.size());
         OrvoTokenizer(buffer, static_cast<unsigned>(text.size()), out);
         EXPECT_EQ(Words{text}, out);
+    }
+    for (const string& block : {string("ab\0", 3), string("ab\0\0", 4), string("\0", 1)}) {
+        char* const start = memory.last(block.size());
+        std::memcpy(start, block.data(), block.size());
+        OrvoTokenizer(start, static_cast<unsigned>(block.size()), out);
+        EXPECT_EQ(block.size() > 1 ? Words{"ab"} : Words{}, out);
     }
     OrvoTokenizer(memory.last(0), 0, out);
     EXPECT_EQ(Words{}, out);
@@ -170,6 +212,49 @@ TEST(OrvoParseCommandLineTest, groupsWordsWithDoubleQuotes) {
     for (const Case& c : cases) EXPECT_EQ(c.expected, parse(c.line)) << c.line;
 }
 
+// Cuts a line in place: the opening quote of a word is passed over, its closing one is taken out of the line.
+Words cutInPlace(string line) {
+    Words words;
+    std::size_t start = 0;
+    std::size_t position = 0;
+    const auto endWord = [&] {
+        if (position > start) words.push_back(line.substr(start, position - start));
+    };
+    while (position < line.size()) {
+        if (line[position] == ' ') {
+            endWord();
+            start = ++position;
+        } else if (line[position] == '"' && position == start) {
+            position = line.find('"', ++start);
+            if (position == string::npos)
+                position = line.size();
+            else
+                line.erase(position, 1);
+        } else {
+            position = std::min(line.find(' ', position), line.size());
+        }
+    }
+    endWord();
+    return words;
+}
+
+TEST(OrvoParseCommandLineTest, everyShortLineIsCutByTheSameRules) {
+    const string letters = "\" a'";
+    for (int number = 0; number < 65536; ++number) {
+        string line;
+        for (int rest = number; rest > 0; rest /= 4) line += letters[static_cast<std::size_t>(rest % 4)];
+        ASSERT_EQ(cutInPlace(line), parse(line)) << line;
+        line += '"';
+        ASSERT_EQ(cutInPlace(line), parse(line)) << line;
+    }
+}
+
+TEST(OrvoParseCommandLineTest, endsAtTheFirstNulInsideQuotesToo) {
+    EXPECT_EQ((Words{"a", "b c"}), parse(string("a \"b c\0d\" e", 11)));
+    EXPECT_EQ((Words{"a", "b"}), parse(string("a \"b\"\0c d", 9)));
+    EXPECT_EQ(Words{}, parse(string("\0\"a b\"", 6)));
+}
+
 TEST(OrvoParseCommandLineTest, splitsAtBlanksAlone) {
     EXPECT_EQ((Words{"a", "b"}), parse("  a   b "));
     EXPECT_EQ(Words{"a\tb"}, parse("a\tb"));
@@ -206,6 +291,14 @@ TEST(OrvoExtractFirstStringTest, cutsTheFirstWordOff) {
         EXPECT_EQ(c.first, OrvoExtractFirstString(c.text, rest)) << c.text;
         EXPECT_EQ(c.rest, rest) << c.text;
     }
+}
+
+TEST(OrvoExtractFirstStringTest, nulsAreOrdinaryCharacters) {
+    string rest;
+    EXPECT_EQ(string("a\0b", 3), OrvoExtractFirstString(string("a\0b c\0d", 7), rest));
+    EXPECT_EQ(string("c\0d", 3), rest);
+    EXPECT_EQ(string("a \0b", 4), OrvoExtractFirstString(string("\"a \0b\" c", 8), rest));
+    EXPECT_EQ(" c", rest);
 }
 
 TEST(OrvoExtractFirstStringTest, theRestMayReplaceTheText) {

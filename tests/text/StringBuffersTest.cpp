@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <climits>
 #include <clocale>
 #include <cstdio>
 #include <cwchar>
@@ -97,6 +98,39 @@ TEST(StringBuffersTest, widensOnlyWhatFitsWithItsNul) {
     EXPECT_EQ(dest, OrvoStringToWideChar("abc", dest, 4));
     EXPECT_EQ(wstring(L"abc"), dest);
     EXPECT_EQ(L'#', dest[4]);
+}
+
+TEST(StringBuffersTest, widensAsTheCLibraryFormats) {
+    for (const char* text : {"100 %d %s %n", "Fu\xDF, 5", "\x80\xFF"}) {
+        wchar_t expected[64] = {};
+        if (std::swprintf(expected, 64, L"%hs", text) < 0) expected[0] = L'\0';
+        wchar_t dest[64] = L"#";
+        EXPECT_EQ(dest, OrvoStringToWideChar(text, dest, 64));
+        EXPECT_EQ(wstring(expected), dest);
+    }
+}
+
+TEST(StringBuffersTest, widensIllFormedTextToATextThatEnds) {
+    const string before = std::setlocale(LC_CTYPE, nullptr);
+    if (!std::setlocale(LC_CTYPE, "C.UTF-8")) GTEST_SKIP() << "the system has no UTF-8 locale";
+    wchar_t dest[8] = L"#######";
+    const wchar_t* const result = OrvoStringToWideChar("ab\xFFz", dest, 5);
+    std::setlocale(LC_CTYPE, before.c_str());
+
+    EXPECT_EQ(dest, result);
+    EXPECT_GT(5u, std::wcslen(dest));
+    EXPECT_EQ(wstring(L"##"), wstring(dest + 5, 2));
+}
+
+TEST(StringBuffersTest, theRoomMayBeAsLargeAsAnIntHolds) {
+    char narrow[4] = "###";
+    wchar_t wide[4] = L"###";
+    EXPECT_EQ(narrow, OrvoStringToChar("ab", narrow, INT_MAX));
+    EXPECT_EQ(string("ab"), narrow);
+    EXPECT_EQ(wide, OrvoStringToWideChar("ab", wide, INT_MAX));
+    EXPECT_EQ(wstring(L"ab"), wide);
+    EXPECT_EQ(nullptr, OrvoStringToChar("ab", narrow, INT_MIN));
+    EXPECT_EQ(nullptr, OrvoStringToWideChar("ab", wide, INT_MIN));
 }
 
 TEST(StringBuffersTest, widensUpToTheFirstNul) {
