@@ -27,11 +27,11 @@ public:
         return m_block.size() < blockSize || flush();
     }
 
-    /// Hands what is left to the file.
+    /// Hands what is left to the system; not every fclose() tells that it could not.
     bool flush() {
         const bool written = std::fwrite(m_block.data(), 1, m_block.size(), m_file) == m_block.size();
         m_block.clear();
-        return written;
+        return written && std::fflush(m_file) == 0;
     }
 
 private:

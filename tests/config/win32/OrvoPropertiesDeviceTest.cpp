@@ -1,13 +1,19 @@
 // What else can stand under a file name on Windows, and how handles are shared there.
+#include <io.h>
+#include <stdio.h>
 #include <windows.h>
 
+#include "OrvoLogging.h"
 #include "OrvoProperties.h"
 #include "config/PropertyTexts.h"
+#include "platform/PropertyFile.h"
 #include "support/TempFolder.h"
 
 namespace OrvoSupport {
 namespace {
 
+using testing::HasSubstr;
+using testing_support::readFile;
 using testing_support::TempFolder;
 using testing_support::writeFile;
 
@@ -49,6 +55,38 @@ TEST(OrvoPropertiesDeviceTest, cannotOpenWhatOthersKeepToThemselves) {
     ::CloseHandle(other);
     EXPECT_TRUE(store.loadProperties(folder.file("a")));
     EXPECT_EQ("a=1;b=2;", contents(store));
+}
+
+// A device of the Linux machine that this Windows may run on.
+TEST(OrvoPropertiesDeviceTest, tellsWhenTheDiskIsFull) {
+    const char full[] = "\\\\?\\unix\\dev\\full";
+    FILE* device = platform::createForWriting(full);
+    if (!device) GTEST_SKIP() << "no disk here is always full";
+    ::fclose(device);
+    const TempFolder folder;
+    for (const std::size_t size : {1u, 1000000u}) {
+        OrvoProperties<wstring> store;
+        store.addProperty(L"key", wstring(size, L'x'));
+        OrvoLogging logger(folder.file("full.log"), OrvoLogging::fileTarget, 5);
+        OrvoLogging::setInstance(logger);
+
+        EXPECT_FALSE(store.saveProperties(full));
+        EXPECT_THAT(readFile(folder.file("full.log")),
+                    HasSubstr("OrvoProperties<StringType>::saveProperties: couldn't write file "));
+    }
+}
+
+TEST(OrvoPropertiesDeviceTest, keepsItsFilesFromChildProcesses) {
+    const TempFolder folder;
+    for (auto* const open : {&platform::createForWriting, &platform::openForReading}) {
+        FILE* file = open(folder.file("a").c_str());
+        ASSERT_NE(nullptr, file);
+        DWORD flags = HANDLE_FLAG_INHERIT;
+        const auto handle = reinterpret_cast<HANDLE>(::_get_osfhandle(::_fileno(file)));
+        EXPECT_TRUE(::GetHandleInformation(handle, &flags));
+        EXPECT_EQ(0u, flags & HANDLE_FLAG_INHERIT);
+        ::fclose(file);
+    }
 }
 
 TEST(OrvoPropertiesDeviceTest, leavesNoHandleBehind) {
