@@ -91,6 +91,14 @@ TYPED_TEST(OrvoPropertiesLoadTest, loadsUtf16FilesWithMark) {
          "\xFF\xFE"
          "a\0\0\0=\0\0\0\n\0"sv,
          "a\0=\0;"sv},
+        {"lone return in a line",
+         "\xFF\xFE"
+         "a\0=\0001\0\r\0b\0=\0002\0\n\0c\0\r\0d\0\n\0"sv,
+         "a=1;c\rd=;"},
+        {"half a unit behind a line",
+         "\xFF\xFE"
+         "a\0\n\0b"sv,
+         "a=;"},
         {"comment",
          "\xFF\xFE"
          "#\0a\0\n\0b\0\n\0"sv,
@@ -218,6 +226,22 @@ TYPED_TEST(OrvoPropertiesWideLoadTest, readsUnitsAsCharacters) {
     TypeParam halfPair(L"\u010A");
     halfPair += static_cast<wchar_t>(0xD83D);
     EXPECT_EQ(TypeParam(1, static_cast<wchar_t>(0xDE00)), store.getProperty(halfPair, none));
+}
+
+// Neither byte of another unit ends a line or a value.
+TYPED_TEST(OrvoPropertiesWideLoadTest, takesUnitsForWhatTheyAreAsAWhole) {
+    writeFile(this->name,
+              "\xFF\xFE"
+              "a\0=\0\x0D\x0A\x00\x0A\x0A\x0D\x0A\x0A\x0D\x01\r\0\n\0"
+              "\x00\x3D=\0\x3D\x3D\r\0x\0\n\0"
+              "\x23\x01=\0\x00\x20\n\0"s);
+    OrvoProperties<TypeParam> store;
+    ASSERT_TRUE(store.loadProperties(this->name));
+
+    const TypeParam none;
+    EXPECT_EQ(TypeParam(L"\u0A0D\u0A00\u0D0A\u0A0A\u010D"), store.getProperty(TypeParam(L"a"), none));
+    EXPECT_EQ(TypeParam(L"\u3D3D"), store.getProperty(TypeParam(L"\u3D00"), none));
+    EXPECT_EQ(TypeParam(L"\u2000"), store.getProperty(TypeParam(L"\u0123"), none));
 }
 
 TYPED_TEST(OrvoPropertiesWideLoadTest, joinsAPairAcrossBlocks) {

@@ -1,6 +1,7 @@
 #include <fstream>
 #include <regex>
 #include <sstream>
+#include <thread>
 
 #include "OrvoLogging.h"
 #include "config/PropertyTexts.h"
@@ -27,10 +28,13 @@ TYPED_TEST(OrvoPropertiesSaveTest, savesOneLineAKeyInKeyOrder) {
 }
 
 TYPED_TEST(OrvoPropertiesSaveTest, endsLinesAsTheSystemsTextFilesDo) {
-    this->toFile({"a=1", "b=2"});
+    OrvoProperties<TypeParam> store;
+    for (const char* line : {"a=1", "b=2", "justakey\r"}) store.addProperty(text<TypeParam>(line), '=');
+    store.addProperty(text<TypeParam>("lines"), text<TypeParam>("1\n2\r\n\n"));
+    ASSERT_TRUE(store.saveProperties(this->name));
     {
         std::ofstream expected(this->folder.file("expected"));
-        expected << "a=1\nb=2\n";
+        expected << "a=1\nb=2\njustakey\r=\nlines=1\n2\r\n\n\n";
     }
 
     EXPECT_EQ(readFile(this->folder.file("expected")), readFile(this->name));
@@ -64,8 +68,8 @@ TYPED_TEST(OrvoPropertiesSaveTest, losesFurtherValuesByTheWayOfAFile) {
 
 TYPED_TEST(OrvoPropertiesSaveTest, carriesALargeStoreThereAndBack) {
     OrvoProperties<TypeParam> store;
-    for (int i = 0; i < 20000; ++i) {
-        const std::string number = std::to_string(i * 7919 % 20000);
+    for (int i = 0; i < 5000; ++i) {
+        const std::string number = std::to_string(i * 7919 % 5000);
         store.addProperty(text<TypeParam>("section.key" + number), text<TypeParam>("value " + number));
     }
     ASSERT_TRUE(store.saveProperties(this->name));
@@ -73,6 +77,23 @@ TYPED_TEST(OrvoPropertiesSaveTest, carriesALargeStoreThereAndBack) {
     ASSERT_TRUE(again.loadProperties(this->name));
 
     EXPECT_TRUE(contents(store) == contents(again));
+}
+
+// The order is not made yet when the threads begin.
+TYPED_TEST(OrvoPropertiesSaveTest, savesOnManyThreadsAtOnce) {
+    OrvoProperties<TypeParam> store;
+    std::string expected;
+    for (int i = 0; i < 500; ++i) {
+        const std::string key = std::to_string(1000 + i * 7919 % 500);
+        store.addProperty(text<TypeParam>(key), text<TypeParam>(key));
+        expected += std::to_string(1000 + i) + '=' + std::to_string(1000 + i) + '\n';
+    }
+    std::vector<std::thread> threads;
+    for (const char* copy : {"1", "2", "3", "4"})
+        threads.emplace_back([&, copy] { EXPECT_TRUE(store.saveProperties(this->folder.file(copy))); });
+    for (std::thread& thread : threads) thread.join();
+
+    for (const char* copy : {"1", "2", "3", "4"}) EXPECT_EQ(expected, textFile(this->folder.file(copy)));
 }
 
 TYPED_TEST(OrvoPropertiesSaveTest, sharesTheFileWithOthers) {

@@ -116,7 +116,11 @@ TYPED_TEST(OrvoPropertiesTest, keepsReferencesWhileOtherKeysComeAndGo) {
     const TypeParam& value = store.getProperty(text<TypeParam>("kept"), fallback);
 
     for (int i = 0; i < 2000; ++i) store.addProperty(text<TypeParam>(std::to_string(i)), fallback);
+    store.getPropertyValues(text<TypeParam>("kept"));
+    contents(OrvoProperties<TypeParam>(store));
+    contents(store);
     for (int i = 0; i < 2000; ++i) store.removeProperty(text<TypeParam>(std::to_string(i)));
+    contents(store);
 
     EXPECT_EQ(text<TypeParam>("1"), value);
     EXPECT_EQ(&value, &store.getProperty(text<TypeParam>("kept"), fallback));
@@ -133,6 +137,17 @@ TYPED_TEST(OrvoPropertiesTest, takesItsOwnValuesAsArguments) {
 
     store.removeProperty(store.getProperty(key, none));
     EXPECT_EQ("", contents(store));
+}
+
+TYPED_TEST(OrvoPropertiesTest, putsARemovedKeyBackInItsPlace) {
+    OrvoProperties<TypeParam> store;
+    for (const char* line : {"c=1", "b=2", "a=3"}) store.addProperty(text<TypeParam>(line), '=');
+    for (int i = 0; i < 20; ++i) {
+        store.removeProperty(text<TypeParam>("b"));
+        EXPECT_EQ("a=3;c=1;", contents(store));
+        store.addProperty(text<TypeParam>("b"), text<TypeParam>("again"));
+        EXPECT_EQ("a=3;b=again;c=1;", contents(store));
+    }
 }
 
 TYPED_TEST(OrvoPropertiesTest, findsEveryKeyAmongManyThatComeAndGo) {
@@ -264,7 +279,7 @@ TYPED_TEST(OrvoPropertiesCaseTest, sortsWithoutRegardToCase) {
     EXPECT_EQ("A=3;b=1;C=2;", contents(store));
 }
 
-TEST(OrvoPropertiesOrderTest, sortsCapitalsFirstWhereCaseMatters) {
+TEST(OrvoPropertiesExactOrderTest, sortsCapitalsFirstWhereCaseMatters) {
     OrvoProperties<string> narrow;
     OrvoProperties<wstring> wide;
     for (const char* line : {"b=1", "C=2", "A=3", "c=4"}) {

@@ -1,6 +1,8 @@
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <future>
+#include <stdexcept>
 #include <thread>
 
 #include "config/PropertyTexts.h"
@@ -53,6 +55,76 @@ TYPED_TEST(OrvoPropertiesVisitTest, letsTheVisitorChangeTheStore) {
     EXPECT_EQ("", contents(store));
 }
 
+// Notes what it visits and does something at one key.
+template <class S>
+struct Doer : Notes<S> {
+    Doer(std::string key, std::function<void()> work) : m_key(std::move(key)), m_work(std::move(work)) {}
+    void visit(const std::pair<S, std::vector<S>>& entry) override {
+        if (bytes(entry.first) == m_key) m_work();
+        Notes<S>::visit(entry);
+    }
+
+private:
+    std::string m_key;
+    std::function<void()> m_work;
+};
+
+TYPED_TEST(OrvoPropertiesVisitTest, visitsWhatTheVisitorMakesOfTheKeysToCome) {
+    using Store = OrvoProperties<TypeParam>;
+    const auto add = [](const char* line) {
+        return [line](Store& store) { store.addProperty(text<TypeParam>(line), '='); };
+    };
+    const auto remove = [](const char* key) {
+        return [key](Store& store) { store.removeProperty(text<TypeParam>(key)); };
+    };
+    const auto set = [](const char* key) {
+        return [key](Store& store) { store.setProperty(text<TypeParam>(key), text<TypeParam>("set")); };
+    };
+    struct Case {
+        const char* what;
+        std::function<void(Store&)> work;  // at the key b
+        const char* visited;
+        const char* left;
+    };
+    const Case cases[] = {
+        {"adds in front", add("ab=new"), "a=1;b=2;c=3;", "a=1;ab=new;b=2;c=3;"},
+        {"adds right behind", add("b!=new"), "a=1;b=2;b!=new;c=3;", "a=1;b=2;b!=new;c=3;"},
+        {"adds behind the last", add("d=new"), "a=1;b=2;c=3;d=new;", "a=1;b=2;c=3;d=new;"},
+        {"adds a value to the current key", add("b=new"), "a=1;b=2;c=3;", "a=1;b=2,new;c=3;"},
+        {"adds a value to the next key", add("c=new"), "a=1;b=2;c=3,new;", "a=1;b=2;c=3,new;"},
+        {"sets the current key", set("b"), "a=1;b=2;c=3;", "a=1;b=set;c=3;"},
+        {"sets the next key", set("c"), "a=1;b=2;c=set;", "a=1;b=2;c=set;"},
+        {"removes an earlier key", remove("a"), "a=1;b=2;c=3;", "b=2;c=3;"},
+        {"removes the current key", remove("b"), "a=1;b=2;c=3;", "a=1;c=3;"},
+        {"removes the next key", remove("c"), "a=1;b=2;", "a=1;b=2;"},
+        {"replaces everything", [](Store& store) { store = Store(false); }, "a=1;b=2;", ""},
+        {"reads", [](Store& store) { EXPECT_EQ("a=1;b=2;c=3;", contents(Store(store))); }, "a=1;b=2;c=3;",
+         "a=1;b=2;c=3;"},
+        {"visits", [](Store& store) { EXPECT_EQ("a=1;b=2;c=3;", contents(store)); }, "a=1;b=2;c=3;",
+         "a=1;b=2;c=3;"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        Store store;
+        for (const char* line : {"c=3", "a=1", "b=2"}) store.addProperty(text<TypeParam>(line), '=');
+        Doer<TypeParam> visitor("b", [&] { c.work(store); });
+        store.forEach(visitor);
+        EXPECT_EQ(c.visited, visitor.all());
+        EXPECT_EQ(c.left, contents(store));
+    }
+}
+
+TYPED_TEST(OrvoPropertiesVisitTest, letsPassWhatTheVisitorThrows) {
+    OrvoProperties<TypeParam> store;
+    for (const char* line : {"c=3", "a=1", "b=2"}) store.addProperty(text<TypeParam>(line), '=');
+    Doer<TypeParam> thrower("b", [] { throw std::runtime_error("enough"); });
+
+    EXPECT_THROW(store.forEach(thrower), std::runtime_error);
+    EXPECT_EQ("a=1;", thrower.all());
+    std::async(std::launch::async, [&] { store.removeProperty(text<TypeParam>("b")); }).get();
+    EXPECT_EQ("a=1;c=3;", contents(store));
+}
+
 template <class S>
 struct Replacer : OrvoPropertyIterator<S> {
     explicit Replacer(OrvoProperties<S>& changed) : store(changed) {}
@@ -90,10 +162,32 @@ TYPED_TEST(OrvoPropertiesVisitTest, visitsOnManyThreadsAtOnce) {
     std::vector<std::future<std::string>> results;
     for (int i = 0; i < 4; ++i)
         results.push_back(std::async(std::launch::async, [&] {
-            return contents(readOnly) + contents(OrvoProperties<TypeParam>(readOnly));
+            OrvoProperties<TypeParam> assigned;
+            assigned = readOnly;
+            return bytes(readOnly.getProperty(text<TypeParam>("d"), TypeParam())) + contents(assigned) +
+                   contents(readOnly) + contents(OrvoProperties<TypeParam>(readOnly));
         }));
 
-    for (auto& result : results) EXPECT_EQ("a=2;b=1;d=4;a=2;b=1;d=4;", result.get());
+    for (auto& result : results) EXPECT_EQ("4a=2;b=1;d=4;a=2;b=1;d=4;a=2;b=1;d=4;", result.get());
+}
+
+TEST(OrvoPropertiesManyTest, losesManyKeysWhileTheyAreVisited) {
+    OrvoProperties<string> store;
+    for (int i = 0; i < 3000; ++i) store.addProperty(std::to_string(i * 7919 % 3000), "value");
+    struct Remover : OrvoPropertyIterator<string> {
+        explicit Remover(OrvoProperties<string>& emptied) : store(emptied) {}
+        void visit(const std::pair<string, std::vector<string>>& entry) override {
+            ++visited;
+            store.removeProperty(entry.first);
+        }
+        OrvoProperties<string>& store;
+        int visited = 0;
+    };
+    Remover remover(store);
+    store.forEach(remover);
+
+    EXPECT_EQ(3000, remover.visited);
+    EXPECT_EQ("", contents(store));
 }
 
 template <class S>

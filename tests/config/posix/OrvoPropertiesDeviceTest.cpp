@@ -1,5 +1,7 @@
 // What else can stand under a file name on Linux, and how writing fails there.
+#include <fcntl.h>
 #include <signal.h>
+#include <stdio.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -11,7 +13,9 @@
 
 #include "OrvoLogging.h"
 #include "OrvoProperties.h"
+#include "config/PropertyReader.h"
 #include "config/PropertyTexts.h"
+#include "platform/PropertyFile.h"
 #include "support/ChildProcess.h"
 #include "support/TempFolder.h"
 
@@ -74,6 +78,53 @@ TEST(OrvoPropertiesDeviceTest, followsALink) {
     EXPECT_TRUE(store.loadProperties(folder.file("link")));
     EXPECT_TRUE(store.saveProperties(folder.file("link")));
     EXPECT_EQ("a=1\nb=2\n", readFile(folder.file("real")));
+}
+
+// Nothing is mapped at the address 0, so that the first byte of this file cannot be read.
+TEST(OrvoPropertiesDeviceTest, cannotOpenWhatCannotBeRead) {
+    OrvoProperties<string> store = someProperties();
+
+    EXPECT_FALSE(store.loadProperties("/proc/self/mem"));
+    EXPECT_EQ("a=1;", contents(store));
+}
+
+// Gives its text and fails then.
+ssize_t readThenFail(void* text, char* buffer, size_t size) {
+    auto& left = *static_cast<std::string*>(text);
+    if (left.empty()) {
+        errno = EIO;
+        return -1;
+    }
+    const std::size_t count = left.copy(buffer, size);
+    left.erase(0, count);
+    return static_cast<ssize_t>(count);
+}
+
+TEST(OrvoPropertiesDeviceTest, noticesAnErrorHalfWay) {
+    std::string start = "a=1\nb=2\nc";
+    cookie_io_functions_t functions = {};
+    functions.read = readThenFail;
+    FILE* file = ::fopencookie(&start, "r", functions);
+    ASSERT_NE(nullptr, file);
+    PropertyReader<string> reader(file, '=');
+    string line;
+
+    EXPECT_TRUE(reader.start());
+    EXPECT_TRUE(reader.next(line));
+    EXPECT_EQ("a=1", line);
+    while (reader.next(line)) continue;
+    EXPECT_TRUE(reader.failed());
+    ::fclose(file);
+}
+
+TEST(OrvoPropertiesDeviceTest, keepsItsFilesFromChildProcesses) {
+    const TempFolder folder;
+    for (auto* const open : {&platform::createForWriting, &platform::openForReading}) {
+        FILE* file = open(folder.file("a").c_str());
+        ASSERT_NE(nullptr, file);
+        EXPECT_NE(0, ::fcntl(::fileno(file), F_GETFD) & FD_CLOEXEC);
+        ::fclose(file);
+    }
 }
 
 TEST(OrvoPropertiesDeviceTest, tellsWhenTheDiskIsFull) {
