@@ -10,6 +10,7 @@
 
 #include "OrvoCriticalSection.h"
 #include "config/PropertyIndex.h"
+#include "config/PropertySort.h"
 
 namespace OrvoSupport {
 
@@ -120,11 +121,23 @@ private:
             for (auto next = unsorted; next != m_entries.end(); ++next)
                 std::rotate(std::upper_bound(m_entries.begin(), next, *next, inOrder), next, next + 1);
         } else {
-            std::sort(unsorted, m_entries.end(), inOrder);
-            std::inplace_merge(m_entries.begin(), unsorted, m_entries.end(), inOrder);
+            // A few that happen to be in order are not worth a merge.
+            const auto first = m_sorted < m_entries.size() / 8 ? m_entries.begin() : unsorted;
+            sortMany(first, m_entries.end());
+            std::inplace_merge(m_entries.begin(), first, m_entries.end(), inOrder);
         }
         m_sorted = m_entries.size();
         ++m_changes;
+    }
+
+    static void sortMany(typename Entries::iterator first, typename Entries::iterator last) {
+        using Sort = PropertySort<Entry>;
+        std::vector<typename Sort::Item> items;
+        items.reserve(static_cast<std::size_t>(last - first));
+        for (auto entry = first; entry != last; ++entry) items.push_back({entry->get(), 0});
+        Sort::sort(items);
+        std::for_each(first, last, [](auto& entry) { entry.release(); });
+        for (const auto& item : items) (first++)->reset(item.entry);
     }
 
     static constexpr std::ptrdiff_t fewEntries = 8;  // cheaper to put in their places one by one
