@@ -284,7 +284,7 @@ class Conversions : public std::time_put<wchar_t> {
 }  // namespace
 
 TEST_F(OrvoDateTimeTextTest, everyPrintingFunctionHasItsOwnConversion) {
-    testing_support::useZone("XXX-2");
+    testing_support::useZone("EET-2");
     const std::locale locale(std::locale::classic(), new Conversions);
     OrvoDateTime value;
     value = string("15/3/2009 10:20:30");
