@@ -24,8 +24,10 @@ public:
     /// too the classic locale. Never throws for a missing locale.
     ///
     /// Where the system has the data but the C++ run-time library cannot build named locales, the result
-    /// formats times, numbers and money of that language, sorts by it, and has the name "*"; getLanguage()
-    /// and getCountry() still know it.
+    /// formats times, numbers and money of that language, sorts by it, knows its letters, and has the name
+    /// "*"; getLanguage() and getCountry() still know it. Its ctype facets take narrow characters for single
+    /// bytes of the ANSI code page (ansi_ctype converts whole texts); files are read and written as in the
+    /// classic locale.
     static std::locale getLocale(Language language);
 
     /// The process's global locale as it was when the library first needed a locale. `reload` changes

@@ -45,6 +45,20 @@ struct MoneyFormat {
     MoneyLayout negative;
 };
 
+/// What a character is; several at once.
+enum CharacterClass : unsigned int {
+    upperCase = 1,
+    lowerCase = 2,
+    letter = 4,
+    digit = 8,
+    hexDigit = 16,
+    space = 32,
+    blank = 64,
+    control = 128,
+    punctuation = 256,
+    printable = 512,
+};
+
 /// The data of one locale.
 ///
 /// Thread safety: any method may be called from any thread.
@@ -64,6 +78,11 @@ public:
     virtual MoneyFormat moneyFormat() const = 0;
     /// Sorts as the text does when compared unit by unit.
     virtual std::wstring sortKey(const std::wstring& text) const = 0;
+    /// The CharacterClass bits of a character; of one half of a surrogate pair, none.
+    virtual unsigned int classesOf(wchar_t character) const = 0;
+    /// The character itself when it has no such form.
+    virtual wchar_t toUpper(wchar_t character) const = 0;
+    virtual wchar_t toLower(wchar_t character) const = 0;
 
 protected:
     LocaleData() = default;

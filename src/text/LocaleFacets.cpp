@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "platform/CodePage.h"
+#include "text/LocaleCharacters.h"
 
 namespace OrvoSupport {
 namespace {
@@ -170,7 +171,8 @@ std::locale withFacets(const std::locale& base, const Data& data) {
 std::locale::id LocaleNameFacet::id;
 
 std::locale localeOver(Data data, const std::string& name) {
-    const std::locale full = withFacets<wchar_t>(withFacets<char>(std::locale::classic(), data), data);
+    const std::locale characters = withCharacters(std::locale::classic(), data);
+    const std::locale full = withFacets<wchar_t>(withFacets<char>(characters, data), data);
     return std::locale(full, new LocaleNameFacet(name));
 }
 

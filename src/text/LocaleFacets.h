@@ -22,8 +22,8 @@ private:
     std::string m_name;
 };
 
-/// The classic locale with times, numbers, money and collation of the data. Narrow text is in the system's
-/// ANSI code page.
+/// The classic locale with characters, times, numbers, money and collation of the data. Narrow text is in the
+/// system's ANSI code page.
 std::locale localeOver(std::shared_ptr<const platform::LocaleData> data, const std::string& name);
 
 }  // namespace OrvoSupport

@@ -6,6 +6,8 @@
 #include <memory>
 #include <sstream>
 
+#include "OrvoStringUtilities.h"
+#include "platform/CodePage.h"
 #include "support/ChildProcess.h"
 #include "support/TempFolder.h"
 #include "text/SystemLocales.h"
@@ -37,6 +39,14 @@ public:
     std::wstring sortKey(const std::wstring& text) const override {
         return std::wstring(text.rbegin(), text.rend());
     }
+    // '#' is an upper-case letter here, and 'x' its lower case.
+    unsigned int classesOf(wchar_t c) const override {
+        if (c >= L'0' && c <= L'9') return platform::digit | platform::printable;
+        if (c == L'#') return platform::letter | platform::upperCase | platform::printable;
+        return c == L'x' ? platform::letter | platform::lowerCase | platform::printable : platform::control;
+    }
+    wchar_t toUpper(wchar_t c) const override { return c == L'x' ? L'#' : c; }
+    wchar_t toLower(wchar_t c) const override { return c == L'#' ? L'x' : c; }
 };
 
 std::locale fakeLocale() { return localeOver(std::make_shared<FakeData>(), "Test_Land"); }
@@ -73,8 +83,15 @@ OSUPT_CHILD(german) {
     out << L" " << 1234567;
     const bool ordered = locale(std::wstring(L"\u00c4rger"), std::wstring(L"Bach"));
     const platform::MoneyFormat money = data->moneyFormat();
+    const bool letters =
+        std::isalpha(L'\u00df', locale) && std::isupper(L'\u00c4', locale) &&
+        std::toupper(L'\u00e4', locale) == L'\u00c4' && std::tolower(L'\u00c4', locale) == L'\u00e4' &&
+        !std::isalpha(L'\u20ac', locale) && std::isprint(L'\u20ac', locale) && !std::isprint(L'\t', locale) &&
+        std::isspace(L'\t', locale) && std::isprint(L' ', locale) && !std::isgraph(L' ', locale) &&
+        std::isalnum(L'7', locale) && std::isxdigit(L'f', locale) && std::ispunct(L'!', locale) &&
+        std::isgraph(L'!', locale);
     for (const wchar_t c : out.str()) std::putchar(c < 127 ? static_cast<char>(c) : '?');
-    std::printf(" %d %d", ordered, money.fractionDigits);
+    std::printf(" %d %d %d", ordered, money.fractionDigits, letters);
     return 0;
 }
 
@@ -128,12 +145,73 @@ TEST(LocaleFacetsTest, textSortsByItsKeysNarrowAndWide) {
     EXPECT_EQ(order.hash(za.data(), za.data() + 2), order.hash(za.data(), za.data() + 2));
 }
 
+template <class Char>
+void expectCharactersOfTheData() {
+    const std::locale locale = fakeLocale();
+    const auto& characters = std::use_facet<std::ctype<Char>>(locale);
+    const std::basic_string<Char> text = {'#', 'x', 'a', '#'};
+    const Char* const first = text.data();
+    const Char* const last = first + text.size();
+    EXPECT_TRUE(characters.is(std::ctype_base::alpha, text[0]));
+    EXPECT_TRUE(characters.is(std::ctype_base::alnum, text[0]));
+    EXPECT_TRUE(characters.is(std::ctype_base::graph, text[0]));
+    EXPECT_TRUE(characters.is(std::ctype_base::upper, text[0]));
+    EXPECT_FALSE(characters.is(std::ctype_base::punct, text[0]));
+    EXPECT_FALSE(characters.is(std::ctype_base::alpha, text[2]));
+    EXPECT_TRUE(characters.is(std::ctype_base::cntrl, text[2]));
+    EXPECT_EQ(first + 1, characters.scan_is(std::ctype_base::lower, first, last));
+    EXPECT_EQ(first + 2, characters.scan_not(std::ctype_base::alpha, first, last));
+    std::ctype_base::mask masks[4];
+    EXPECT_EQ(last, characters.is(first, last, masks));
+    EXPECT_TRUE((masks[1] & std::ctype_base::lower) && !(masks[3] & std::ctype_base::lower));
+
+    std::basic_string<Char> changed = text;
+    characters.toupper(&changed[0], &changed[0] + changed.size());
+    EXPECT_EQ((std::basic_string<Char>{'#', '#', 'a', '#'}), changed);
+    characters.tolower(&changed[0], &changed[0] + changed.size());
+    EXPECT_EQ((std::basic_string<Char>{'x', 'x', 'a', 'x'}), changed);
+    EXPECT_EQ(static_cast<Char>('#'), characters.toupper(static_cast<Char>('x')));
+    EXPECT_EQ(static_cast<Char>('x'), characters.tolower(static_cast<Char>('#')));
+}
+
+TEST(LocaleFacetsTest, charactersAreWhatTheDataSays) {
+    expectCharactersOfTheData<char>();
+    expectCharactersOfTheData<wchar_t>();
+}
+
+TEST(LocaleFacetsTest, narrowCharactersAreTheSingleBytesOfTheAnsiCodePage) {
+    const std::locale locale = fakeLocale();
+    const auto& characters = std::use_facet<std::ctype<wchar_t>>(locale);
+    for (int byte = 0; byte < 256; ++byte) {
+        const char narrow = static_cast<char>(byte);
+        wchar_t wide[4];
+        ASSERT_EQ(1u, platform::toWide(platform::CodePage::ansi, &narrow, 1, wide));
+        EXPECT_EQ(wide[0], characters.widen(narrow));
+        if (byte < 128) {
+            EXPECT_EQ(narrow, characters.narrow(wide[0], '!'));
+        }
+    }
+    EXPECT_EQ('!', characters.narrow(L'\ue000', '!'));  // private use
+}
+
+TEST(LocaleFacetsTest, textsAreConvertedCharacterByCharacterWithBlanksForWhatIsMissing) {
+    const std::wstring wide = L"K\u00e4se \ue000!";
+    char bytes[4];
+    const bool known =
+        platform::toNarrow(platform::CodePage::ansi, &wide[1], 1, bytes) == 1 && bytes[0] != '?';
+    const char umlaut = known ? bytes[0] : ' ';
+    EXPECT_EQ(std::string("K") + umlaut + "se  !", OrvoStringUtilities::narrow(wide, fakeLocale()));
+    if (known) {
+        EXPECT_EQ(L"K\u00e4se", OrvoStringUtilities::widen(std::string("K") + umlaut + "se", fakeLocale()));
+    }
+}
+
 TEST(LocaleFacetsTest, theSystemsDataOfALanguageIsServed) {
     testing_support::TempFolder folder;
     const std::string missing = testing_support::prepareLocales(folder.path(), {"de_DE"});
     if (!missing.empty()) GTEST_SKIP() << missing;
     ChildProcess child("german");
     EXPECT_EQ(0, child.wait());
-    EXPECT_EQ("Freitag, 15. Mai 2009 00:00:00 1.234.567 1 2", child.output());
+    EXPECT_EQ("Freitag, 15. Mai 2009 00:00:00 1.234.567 1 2 1", child.output());
     EXPECT_EQ(0, ChildProcess("klingon").wait());
 }

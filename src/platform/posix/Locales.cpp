@@ -4,6 +4,7 @@
 #include <locale.h>
 #include <stdlib.h>
 #include <wchar.h>
+#include <wctype.h>
 
 namespace OrvoSupport::platform {
 namespace {
@@ -70,6 +71,30 @@ public:
         std::wstring key(::wcsxfrm_l(nullptr, text.c_str(), 0, m_locale), L'\0');
         ::wcsxfrm_l(key.data(), text.c_str(), key.size() + 1, m_locale);
         return key;
+    }
+
+    unsigned int classesOf(wchar_t character) const override {
+        struct Test {
+            CharacterClass bit;
+            int (*holds)(wint_t, locale_t);
+        };
+        static constexpr Test tests[] = {{upperCase, ::iswupper_l},   {lowerCase, ::iswlower_l},
+                                         {letter, ::iswalpha_l},      {digit, ::iswdigit_l},
+                                         {hexDigit, ::iswxdigit_l},   {space, ::iswspace_l},
+                                         {blank, ::iswblank_l},       {control, ::iswcntrl_l},
+                                         {punctuation, ::iswpunct_l}, {printable, ::iswprint_l}};
+        unsigned int classes = 0;
+        for (const Test& test : tests)
+            if (test.holds(static_cast<wint_t>(character), m_locale)) classes |= test.bit;
+        return classes;
+    }
+
+    wchar_t toUpper(wchar_t character) const override {
+        return static_cast<wchar_t>(::towupper_l(static_cast<wint_t>(character), m_locale));
+    }
+
+    wchar_t toLower(wchar_t character) const override {
+        return static_cast<wchar_t>(::towlower_l(static_cast<wint_t>(character), m_locale));
     }
 
 private:

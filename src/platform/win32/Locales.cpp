@@ -21,8 +21,12 @@ public:
     }
     MoneyFormat moneyFormat() const override;
     std::wstring sortKey(const std::wstring& text) const override;
+    unsigned int classesOf(wchar_t character) const override;
+    wchar_t toUpper(wchar_t character) const override { return mapped(character, LCMAP_UPPERCASE); }
+    wchar_t toLower(wchar_t character) const override { return mapped(character, LCMAP_LOWERCASE); }
 
 private:
+    wchar_t mapped(wchar_t character, DWORD how) const;
     std::wstring text(LCTYPE type) const;
     int number(LCTYPE type) const;
     std::string grouping(LCTYPE type) const;
@@ -77,6 +81,29 @@ std::wstring WindowsLocale::sortKey(const std::wstring& text) const {
     map(reinterpret_cast<wchar_t*>(key.data()), bytes);  // the function's way to return bytes
     std::wstring result;
     for (const char byte : key) result += static_cast<unsigned char>(byte);
+    return result;
+}
+
+unsigned int WindowsLocale::classesOf(wchar_t character) const {
+    WORD type = 0;
+    if (!::GetStringTypeW(CT_CTYPE1, &character, 1, &type)) return 0;
+    struct Class {
+        WORD type;
+        CharacterClass bit;
+    };
+    static constexpr Class all[] = {{C1_UPPER, upperCase}, {C1_LOWER, lowerCase}, {C1_ALPHA, letter},
+                                    {C1_DIGIT, digit},     {C1_XDIGIT, hexDigit}, {C1_SPACE, space},
+                                    {C1_BLANK, blank},     {C1_CNTRL, control},   {C1_PUNCT, punctuation}};
+    unsigned int classes = 0;
+    for (const Class& one : all)
+        if (type & one.type) classes |= one.bit;
+    // There is no bit for it; some currency signs have none but that they are defined.
+    return (type & C1_DEFINED) && !(type & C1_CNTRL) ? classes | printable : classes;
+}
+
+wchar_t WindowsLocale::mapped(wchar_t character, DWORD how) const {
+    wchar_t result = character;
+    ::LCMapStringEx(m_tag.c_str(), how, &character, 1, &result, 1, nullptr, nullptr, 0);
     return result;
 }
 
