@@ -320,14 +320,14 @@ TEST(OrvoDateTimeZoneTest, aSkippedTimeReachedByItsHourEqualsTheTimeTheSystemTak
         testing_support::useZone(zone);
         OrvoDateTime value;
         std::tm skipped{};
-        for (int month = 0, day = 1; month < 6; day = day % 31 + 1, month += day == 1) {
+        for (int month = 0, date = 1; month < 6; date = date % 31 + 1, month += date == 1) {
             char text[40];
-            std::snprintf(text, sizeof text, "%d/%d/2009 04:30:00", day, month + 1);
+            std::snprintf(text, sizeof text, "%d/%d/2009 04:30:00", date, month + 1);
             string message;
             if (!value.setDateTimeFromStrImpl(text, message)) continue;
             value.setHour(2);
             skipped = std::tm{};
-            skipped.tm_mday = day;
+            skipped.tm_mday = date;
             skipped.tm_mon = month;
             skipped.tm_year = 109;
             skipped.tm_hour = 2;
