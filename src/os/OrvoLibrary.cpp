@@ -1,7 +1,6 @@
 #include "OrvoLibrary.h"
 
 #include <memory>
-#include <mutex>
 
 #include "OrvoException.h"
 #include "platform/Module.h"
@@ -9,9 +8,12 @@
 namespace OrvoSupport {
 namespace {
 
-// Which loadings of modules are still good. The system hands out the address of an unloaded module again, so
-// an address alone would make a late copy release somebody else's module. A plain list without
-// destructor: static objects of a host may still use it while the process ends.
+using platform::ModulesGuard;
+
+// Which loadings of modules are still good, guarded with the loading itself, so that no thread is handed a
+// module that another one is about to unload. The system hands out the address of an unloaded module again,
+// so an address alone would make a late copy release somebody else's module. A plain list without destructor:
+// static objects of a host may still use it while the process ends.
 struct Loading {
     void* module = nullptr;
     unsigned number = 0;
@@ -20,11 +22,6 @@ struct Loading {
 
 Loading* loadings = nullptr;
 unsigned lastNumber = 0;
-
-// Held while the system loads or unloads, so that no thread is handed a module that another one is about to
-// unload. Recursive, because a module's own initialisation may load modules.
-std::recursive_mutex modulesLock;
-using ModulesGuard = std::lock_guard<std::recursive_mutex>;
 
 unsigned remember(Loading* loading) {
     loading->number = ++lastNumber;
@@ -60,7 +57,7 @@ OrvoLibrary::OrvoLibrary(const string& name) : m_name(name), m_module(nullptr), 
     auto loading = std::make_unique<Loading>();
     string failure;
     {
-        const ModulesGuard guard(modulesLock);
+        const ModulesGuard guard;
         m_module = platform::loadModule(m_name, failure);
         if (m_module) {
             loading->module = m_module;
@@ -78,13 +75,13 @@ OrvoLibrary& OrvoLibrary::operator=(const OrvoLibrary& other) = default;
 // Whatever the load count is: who destroys a library wants the file free again, to replace it.
 OrvoLibrary::~OrvoLibrary() {
     if (!m_module) return;
-    const ModulesGuard guard(modulesLock);
+    const ModulesGuard guard;
     if (forgetAll(m_module, m_loadedAs)) platform::unloadModule(m_module);
 }
 
 void* OrvoLibrary::getProcAddr(const string& symbol) {
     if (!m_module) return nullptr;
-    const ModulesGuard guard(modulesLock);
+    const ModulesGuard guard;
     return isGood(m_module, m_loadedAs) ? platform::findSymbol(m_module, symbol) : nullptr;
 }
 

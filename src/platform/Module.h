@@ -17,6 +17,17 @@ void* findSymbol(void* module, const std::string& symbol);
 /// after 65,536 counts when the system never does either.
 void unloadModule(void* module);
 
+/// Keeps all other threads away while the system loads or unloads. Recursive, because a module's own
+/// initialisation may load modules. Its lock needs no construction and leaves nothing behind, so that static
+/// objects may use it at any time and the library may be unloaded at any time.
+class ModulesGuard {
+public:
+    ModulesGuard();
+    ~ModulesGuard();
+    ModulesGuard(const ModulesGuard&) = delete;
+    ModulesGuard& operator=(const ModulesGuard&) = delete;
+};
+
 }  // namespace OrvoSupport::platform
 
 #endif

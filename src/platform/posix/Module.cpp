@@ -2,11 +2,14 @@
 
 #include <dlfcn.h>
 #include <link.h>
+#include <pthread.h>
 
 namespace OrvoSupport::platform {
 namespace {
 
 constexpr int longestRelease = 65536;
+
+pthread_mutex_t modulesLock = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
 
 std::string pathOf(void* module) {
     link_map* map = nullptr;
@@ -20,6 +23,10 @@ bool isLoaded(const std::string& path) {
 }
 
 }  // namespace
+
+ModulesGuard::ModulesGuard() { ::pthread_mutex_lock(&modulesLock); }
+
+ModulesGuard::~ModulesGuard() { ::pthread_mutex_unlock(&modulesLock); }
 
 void* loadModule(const std::string& name, std::string& failure) {
     if (name.c_str()[0] == '\0') {  // dlopen would give the program itself

@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <atomic>
+
 #include "platform/ErrorText.h"
 
 namespace OrvoSupport::platform {
@@ -9,7 +11,27 @@ namespace {
 
 constexpr int longestRelease = 65536;
 
+// A critical section or a standard mutex would leave memory behind when the library is unloaded.
+SRWLOCK modulesLock = SRWLOCK_INIT;
+std::atomic<DWORD> modulesHolder{0};
+int modulesDepth = 0;  // the holder's
+
 }  // namespace
+
+ModulesGuard::ModulesGuard() {
+    const DWORD self = ::GetCurrentThreadId();
+    if (modulesHolder.load(std::memory_order_relaxed) != self) {
+        ::AcquireSRWLockExclusive(&modulesLock);
+        modulesHolder.store(self, std::memory_order_relaxed);
+    }
+    ++modulesDepth;
+}
+
+ModulesGuard::~ModulesGuard() {
+    if (--modulesDepth > 0) return;
+    modulesHolder.store(0, std::memory_order_relaxed);
+    ::ReleaseSRWLockExclusive(&modulesLock);
+}
 
 void* loadModule(const std::string& name, std::string& failure) {
     const HMODULE module = name.c_str()[0] == '\0' ? nullptr : ::LoadLibraryA(name.c_str());

@@ -6,7 +6,25 @@
 #include <psapi.h>
 #include <tlhelp32.h>
 
+#include <vector>
+
 namespace testing_support {
+namespace {
+
+// What the heaps of the process have handed out; the C library's is one of them.
+long heapBytesInUse() {
+    std::vector<HANDLE> heaps(::GetProcessHeaps(0, nullptr));
+    heaps.resize(::GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data()));
+    long bytes = 0;
+    for (const HANDLE heap : heaps) {
+        PROCESS_HEAP_ENTRY entry = {};
+        while (::HeapWalk(heap, &entry))
+            if (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) bytes += static_cast<long>(entry.cbData);
+    }
+    return bytes;
+}
+
+}  // namespace
 
 Plugin::Plugin(const std::string& name) : m_module(::LoadLibraryA(("lib" + name + ".dll").c_str())) {}
 
@@ -37,6 +55,7 @@ Resources resourcesInUse() {
     memory.cb = sizeof memory;
     ::GetProcessMemoryInfo(::GetCurrentProcess(), &memory, sizeof memory);
     now.kilobytes = static_cast<long>(memory.PagefileUsage / 1024);
+    now.heapBytes = heapBytesInUse();
     return now;
 }
 
