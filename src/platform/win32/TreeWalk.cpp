@@ -51,15 +51,18 @@ std::wstring withoutEnd(std::wstring path) {
     return path;
 }
 
-/// The directory itself, opened as what it is: a link is not followed, and is no directory.
+bool isLink(DWORD attributes) { return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0; }
+
+/// The directory itself, opened as what it is: a link is not followed, and is no directory. Where links are
+/// the file system's own (Wine), a handle shows what they lead to and only the name shows the link.
 FileHandle openDirectory(const std::wstring& path) {
     FileHandle handle(::CreateFileW(path.c_str(), FILE_LIST_DIRECTORY, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                     nullptr, OPEN_EXISTING,
                                     FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
     BY_HANDLE_FILE_INFORMATION info;
     if (!handle || !::GetFileInformationByHandle(handle.get(), &info) ||
-        !(info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) ||
-        (info.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT))
+        !(info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) || isLink(info.dwFileAttributes) ||
+        isLink(::GetFileAttributesW(path.c_str())))
         return FileHandle(INVALID_HANDLE_VALUE);
     return handle;
 }
