@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "OrvoCriticalSection.h"
+#include "OrvoModuleData.h"
 #include "OrvoObjectBase.h"
 
 namespace {
@@ -68,6 +69,13 @@ void threeDeep(benchmark::State& state) {
     }
 }
 
+/// What calling into the library costs by itself.
+template <int Calls>
+void emptyCalls(benchmark::State& state) {
+    for (auto _ : state)
+        for (int i = 0; i < Calls; ++i) OrvoSupport::ModuleData::entry();
+}
+
 template <class Company>
 void count(benchmark::State& state) {
     [[maybe_unused]] const Company company;
@@ -97,8 +105,10 @@ void contended(benchmark::State& state) {
 BENCHMARK(once<MutexLock, Nobody>)->Name("free/ours");
 BENCHMARK(once<SectionLock, Nobody>)->Name("free-section/ours");
 BENCHMARK(once<StandardLock, Nobody>)->Name("free/peer:std::recursive_mutex");
+BENCHMARK(emptyCalls<2>)->Name("free/floor:two-empty-calls");
 BENCHMARK(threeDeep<MutexLock, Nobody>)->Name("three-deep/ours");
 BENCHMARK(threeDeep<StandardLock, Nobody>)->Name("three-deep/peer:std::recursive_mutex");
+BENCHMARK(emptyCalls<6>)->Name("three-deep/floor:six-empty-calls");
 BENCHMARK(count<Nobody>)->Name("count/ours");
 BENCHMARK(once<StandardLock, Nobody>)->Name("count/floor:lock-alone");
 

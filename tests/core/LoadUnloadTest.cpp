@@ -84,7 +84,7 @@ TEST(LoadUnloadTest, loadsAndUnloadsAThousandTimesWithoutLeaving) {
 }
 
 TEST(LoadUnloadTest, threadsThatHeldLocksEndAfterTheLibraryIsGone) {
-    for (int i = 0; i < 20; ++i) {
+    for (int i = 0; i < 10; ++i) {
         std::vector<LongLivedThread> threads(3);
         {
             const Plugin host("LockUser");

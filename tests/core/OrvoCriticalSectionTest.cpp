@@ -427,6 +427,55 @@ TEST(OrvoCriticalSectionObjectTest, excludesEightThreadsFromOneAnother) {
     }
 }
 
+TEST(OrvoCriticalSectionObjectTest, aHolderThatTakesItAgainAtOnceDoesNotKeepWaitersOut) {
+    for (const Kind kind : bothKinds) {
+        OrvoCriticalSectionObject lock(kind);
+        std::atomic<bool> served{false};
+        std::thread waiter([&] {
+            for (int i = 0; i < 20; ++i) {
+                lock.lock();
+                lock.unlock();
+            }
+            served = true;
+        });
+        // Ends only when the waiter has had its turns.
+        while (!served) {
+            lock.lock();
+            lock.unlock();
+        }
+        waiter.join();
+        EXPECT_EQ(0, lock.lockCount());
+    }
+}
+
+TEST(OrvoCriticalSectionObjectTest, aCriticalSectionIsTriedWithoutWaiting) {
+    OrvoCriticalSectionObject lock(criticalSection);
+    const Holder holder(lock);
+    const auto before = Clock::now();
+    for (int i = 0; i < 200; ++i) {
+        EXPECT_FALSE(lock.testAndSet());
+        lock.unwind();
+    }
+    // A wait of 100 milliseconds each would take 40 seconds.
+    EXPECT_LT(Clock::now() - before, std::chrono::seconds(20));
+    EXPECT_EQ(1, lock.lockCount());
+}
+
+TEST(OrvoCriticalSectionObjectTest, copiesOfCopiesShareOneLock) {
+    OrvoCriticalSectionObject source;
+    source.lock();
+    auto first = std::make_unique<OrvoCriticalSectionObject>(source);
+    auto second = std::make_unique<OrvoCriticalSectionObject>(*first);
+    OrvoCriticalSectionObject third;
+    third = *second;
+    first.reset();
+    second.reset();
+    third.lock();
+    EXPECT_EQ(2, source.lockCount());
+    third.unwind();
+    EXPECT_TRUE(freeForOthers(source));
+}
+
 // A joiner may destroy a lock as soon as it has held it, while the unlock before that is still returning.
 TEST(OrvoCriticalSectionObjectTest, mayBeDestroyedByWhoeverHeldItLast) {
     for (int round = 0; round < 300; ++round) {
@@ -476,6 +525,31 @@ TEST(OrvoCriticalSectionTest, lockedTwiceUnlocksOnce) {
     }
     EXPECT_EQ(1, lock.lockCount());
     lock.unlock();
+}
+
+TEST(OrvoCriticalSectionTest, aTrialWhileItHoldsTakesOnceMoreYetUnlocksOnce) {
+    OrvoCriticalSectionObject lock;
+    {
+        OrvoCriticalSection guard(lock);
+        EXPECT_TRUE(guard.testAndSet());
+        EXPECT_EQ(2, lock.lockCount());
+    }
+    EXPECT_EQ(1, lock.lockCount());
+    lock.unlock();
+}
+
+TEST(OrvoCriticalSectionTest, endsHarmlesslyWhenTheLockWasUnwound) {
+    for (const Kind kind : bothKinds) {
+        OrvoCriticalSectionObject lock(kind);
+        {
+            const OrvoCriticalSection outer(lock);
+            const OrvoCriticalSection inner(lock);
+            lock.unwind();
+            EXPECT_TRUE(freeForOthers(lock));
+        }
+        EXPECT_EQ(0, lock.lockCount());
+        EXPECT_TRUE(freeForOthers(lock));
+    }
 }
 
 TEST(OrvoCriticalSectionTest, aFailedTrialHoldsNothing) {

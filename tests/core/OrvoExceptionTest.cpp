@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <type_traits>
 
+#include "OrvoLocaleFactory.h"
 #include "OrvoStringUtilities.h"
 
 namespace OrvoSupport {
@@ -131,6 +132,26 @@ TEST(OrvoExceptionTest, aMissingPropertyIsNamedByAnyKindOfString) {
     expectState(OrvoPropertyNotFound(string_ci("Port")), L"Property not found: Port", 0, 1);
     expectState(OrvoPropertyNotFound(wstring(L"port")), L"Property not found: port", 0, 1);
     expectState(OrvoPropertyNotFound(wstring_ci(L"Port")), L"Property not found: Port", 0, 1);
+}
+
+TEST(OrvoExceptionTest, aWideNameIsNarrowedFirst) {
+    const wstring name = L"\u4e2d";  // in no single-byte code page
+    const OrvoPropertyNotFound exception(name);
+    const string narrowed = OrvoStringUtilities::narrow(name, OrvoLocaleFactory::getDefaultLocale());
+
+    EXPECT_NE(L"Property not found: " + name, exception.getUText());
+    EXPECT_EQ("Property not found: " + narrowed, exception.getText());
+    EXPECT_EQ(exception.getUText(), exception.getCallStack().top());
+}
+
+TEST(OrvoExceptionTest, takesItsOwnPartsAsArguments) {
+    OrvoException exception("disk full", 5);
+    exception.pushMessage(exception.getUText());
+    exception.pushMessage(exception.getCallStack().top());
+    exception.setText(exception.getUText());
+
+    expectState(exception, L"disk full", 5, 3);
+    EXPECT_EQ(L"disk full\ndisk full\ndisk full", exception.getFormattedMessages());
 }
 
 TEST(OrvoExceptionTest, subclassesCopyAndAssign) {

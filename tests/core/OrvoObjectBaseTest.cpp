@@ -6,6 +6,8 @@
 #include <type_traits>
 #include <vector>
 
+#include "OrvoCriticalSection.h"
+
 namespace OrvoSupport {
 
 // Stand in the library's namespace, so that their names look like those of its own classes.
@@ -158,6 +160,27 @@ TEST(OrvoObjectBaseTest, normalizesToWhatFollowsTheFirstBlank) {
         {"", ""},
     };
     for (const Case& c : cases) EXPECT_EQ(c.expected, CountedThing::normalized(c.name)) << c.name;
+}
+
+// Counts and makes a lock on another thread while it is being destroyed.
+struct BusyInItsEnd : OrvoObjectBase {
+    explicit BusyInItsEnd(OrvoObjectBase& other) : m_other(other) {}
+    ~BusyInItsEnd() override {
+        std::thread([this] {
+            OrvoCriticalSectionObject lock;
+            const OrvoCriticalSection guard(lock);
+            m_other.addRef();
+        }).join();
+    }
+    OrvoObjectBase& m_other;
+};
+
+TEST(OrvoObjectBaseTest, noLockOfTheLibraryIsHeldWhileAnObjectIsDestroyed) {
+    CountedThing other;
+    OrvoObjectBase* thing = new BusyInItsEnd(other);
+    thing->addRef();
+    thing->release();
+    EXPECT_EQ(1u, other.refCount());
 }
 
 TEST(OrvoObjectBaseTest, countsExactlyFromSeveralThreads) {
