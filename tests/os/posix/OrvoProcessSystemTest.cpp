@@ -122,6 +122,24 @@ OSUPT_CHILD(noFreeDescriptor) {
     return exitCode;
 }
 
+// A host that may not have one process more; root is not limited.
+OSUPT_CHILD(noFreeProcess) {
+    if (::getuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0)) return 2;
+    const rlimit none = {0, 0};
+    if (::setrlimit(RLIMIT_NPROC, &none) != 0) return 3;
+    const int before = system_probe::openHandles();
+    int exitCode = 0;
+    void* handle = &exitCode;
+    if (OrvoExecuteProgram("/bin/true", true, &handle, &exitCode)) return 4;
+    if (exitCode != -1 || handle != nullptr || hasChildren()) return 5;
+    return system_probe::openHandles() == before ? 0 : 6;
+}
+
+TEST(OrvoExecuteProgramOnLinux, failsWhenTheSystemHasNoProcessToSpare) {
+    ChildProcess host("noFreeProcess");
+    EXPECT_EQ(0, host.wait());
+}
+
 TEST(OrvoExecuteProgramOnLinux, adds128ToTheSignalThatEndedAProgram) {
     EXPECT_EQ(128 + SIGKILL, exitCodeOf("/bin/sh -c \"kill -9 $$\""));
     EXPECT_EQ(128 + SIGTERM, exitCodeOf("/bin/sh -c \"kill -15 $$\""));
