@@ -13,7 +13,7 @@ using testing_support::resourcesInUse;
 
 TEST(LibraryUnloadTest, keepsNothingOfAHostThatLoadedModules) {
     const int warmUp = 20;
-    const int loads = 200;
+    const int loads = 300;
     Resources before;
     for (int i = 0; i < warmUp + loads; ++i) {
         if (i == warmUp) before = resourcesInUse();
@@ -26,7 +26,8 @@ TEST(LibraryUnloadTest, keepsNothingOfAHostThatLoadedModules) {
 
     EXPECT_FALSE(isLoaded("osupt"));
     EXPECT_LE(after.handles, before.handles + 4);
-    EXPECT_LE(after.heapBytes, before.heapBytes + 4 * loads);
+    // Less than the smallest block for each load; what the C library keeps once and for all is no leak.
+    EXPECT_LE(after.heapBytes, before.heapBytes + 10 * loads);
 }
 
 }  // namespace
