@@ -99,8 +99,9 @@ TEST_F(DropfolderTest, neverOverwritesAnEarlierFileOfTheSameName) {
 
 TEST_F(DropfolderTest, doesNotRunAFileTwiceThatAnEarlierRunLeftUnfinished) {
     configure();
-    fs::create_directory(m_inbox + "/work");
-    writeFile(m_inbox + "/work/half.txt", "text\n");
+    const std::string unfinished = m_inbox + "/work";
+    fs::create_directory(unfinished);
+    writeFile(unfinished + "/half.txt", "text\n");
 
     EXPECT_EQ(1, run());
     EXPECT_TRUE(fs::exists(m_inbox + "/failed/half.txt"));
