@@ -132,6 +132,7 @@ private:
     template <class Number>
     OrvoLogging& addInteger(Number value);
     OrvoLogging& addFormatted(double value);
+    bool passesNow() const;
     void writeRecord(const char* area);
     void makeIdle();
 
@@ -140,7 +141,7 @@ private:
     std::atomic<std::int32_t> m_target;
     std::atomic<std::int32_t> m_logLevel;
     string m_currentArea;
-    std::int32_t m_currentLevel;
+    std::atomic<std::int32_t> m_currentLevel;  // written under the lock only
     string m_record;
     string m_line;               // the record with its prefix, kept for its memory
     const std::locale m_locale;  // writes 64-bit integers

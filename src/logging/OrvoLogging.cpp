@@ -93,7 +93,7 @@ void OrvoLogging::setCurrentLevel(const string& area, int level) {
     OrvoCriticalSection guard(m_lock);
     if (level < -1) return;
     m_currentArea = area;
-    m_currentLevel = level;
+    m_currentLevel.store(level, std::memory_order_relaxed);
 }
 
 void OrvoLogging::setCurrentLevel(int level) { setCurrentLevel(string(), level); }
@@ -123,10 +123,16 @@ void OrvoLogging::openLogFile() {
     }
 }
 
-bool OrvoLogging::getLogAccess() {
-    m_lock.lock();
+bool OrvoLogging::passesNow() const {
     const std::int32_t level = m_logLevel.load(std::memory_order_relaxed);
-    if (level < 0 || level < m_currentLevel) {
+    return level >= 0 && level >= m_currentLevel.load(std::memory_order_relaxed);
+}
+
+bool OrvoLogging::getLogAccess() {
+    // A refused piece takes the lock and gives it back: where nobody has it, looking comes to the same.
+    if (m_lock.lockCount() == 0 && !passesNow()) return false;
+    m_lock.lock();
+    if (!passesNow()) {
         m_lock.unlock();
         return false;
     }
@@ -152,7 +158,7 @@ void OrvoLogging::endrecord() {
 void OrvoLogging::makeIdle() {
     empty(m_record);
     empty(m_line);
-    m_currentLevel = idleLevel;
+    m_currentLevel.store(idleLevel, std::memory_order_relaxed);
     m_currentArea.clear();
     m_lock.unwind();
 }
