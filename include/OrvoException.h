@@ -88,6 +88,7 @@ public:
     /// A wide name is narrowed with the default locale first.
     explicit OrvoPropertyNotFound(const wstring& name);
     explicit OrvoPropertyNotFound(const wstring_ci& name);
+    explicit OrvoPropertyNotFound(const wchar_t* name);
     OrvoPropertyNotFound(const OrvoPropertyNotFound& other);
     OrvoPropertyNotFound& operator=(const OrvoPropertyNotFound& other);
     ~OrvoPropertyNotFound() override;

@@ -87,6 +87,7 @@ OrvoPropertyNotFound::OrvoPropertyNotFound(const wstring& name)
     : OrvoException(narrow(L"Property not found: " + name)) {}
 OrvoPropertyNotFound::OrvoPropertyNotFound(const wstring_ci& name)
     : OrvoPropertyNotFound(wstring(name.data(), name.size())) {}
+OrvoPropertyNotFound::OrvoPropertyNotFound(const wchar_t* name) : OrvoPropertyNotFound(wstring(name)) {}
 OrvoPropertyNotFound::OrvoPropertyNotFound(const OrvoPropertyNotFound& other) = default;
 OrvoPropertyNotFound& OrvoPropertyNotFound::operator=(const OrvoPropertyNotFound& other) = default;
 OrvoPropertyNotFound::~OrvoPropertyNotFound() = default;

@@ -132,6 +132,7 @@ TEST(OrvoExceptionTest, aMissingPropertyIsNamedByAnyKindOfString) {
     expectState(OrvoPropertyNotFound(string_ci("Port")), L"Property not found: Port", 0, 1);
     expectState(OrvoPropertyNotFound(wstring(L"port")), L"Property not found: port", 0, 1);
     expectState(OrvoPropertyNotFound(wstring_ci(L"Port")), L"Property not found: Port", 0, 1);
+    expectState(OrvoPropertyNotFound(L"port"), L"Property not found: port", 0, 1);
 }
 
 TEST(OrvoExceptionTest, aWideNameIsNarrowedFirst) {
