@@ -1,6 +1,6 @@
 // The way from a key to its entry: a hash table of pointers.
-#ifndef CONFIG_PROPERTY_INDEX_H
-#define CONFIG_PROPERTY_INDEX_H
+#ifndef OSUPT_CONFIG_PROPERTY_INDEX_H
+#define OSUPT_CONFIG_PROPERTY_INDEX_H
 
 #include <algorithm>
 #include <cstddef>

@@ -1,6 +1,6 @@
 // The lines of a property file, read in blocks.
-#ifndef CONFIG_PROPERTY_READER_H
-#define CONFIG_PROPERTY_READER_H
+#ifndef OSUPT_CONFIG_PROPERTY_READER_H
+#define OSUPT_CONFIG_PROPERTY_READER_H
 
 #include <algorithm>
 #include <cstddef>

@@ -1,6 +1,6 @@
 // Sorting many entries by their keys.
-#ifndef CONFIG_PROPERTY_SORT_H
-#define CONFIG_PROPERTY_SORT_H
+#ifndef OSUPT_CONFIG_PROPERTY_SORT_H
+#define OSUPT_CONFIG_PROPERTY_SORT_H
 
 #include <algorithm>
 #include <cstddef>

@@ -1,6 +1,6 @@
 // The entries of a property store, which are looked up far more often than they are sorted.
-#ifndef CONFIG_PROPERTY_TABLE_H
-#define CONFIG_PROPERTY_TABLE_H
+#ifndef OSUPT_CONFIG_PROPERTY_TABLE_H
+#define OSUPT_CONFIG_PROPERTY_TABLE_H
 
 #include <algorithm>
 #include <cstddef>

@@ -1,6 +1,6 @@
 // The lines of a property file, written in blocks.
-#ifndef CONFIG_PROPERTY_WRITER_H
-#define CONFIG_PROPERTY_WRITER_H
+#ifndef OSUPT_CONFIG_PROPERTY_WRITER_H
+#define OSUPT_CONFIG_PROPERTY_WRITER_H
 
 #include <cstddef>
 #include <cstdint>

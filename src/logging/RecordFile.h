@@ -1,6 +1,6 @@
 // The log file as a sequence of whole records.
-#ifndef LOGGING_RECORD_FILE_H
-#define LOGGING_RECORD_FILE_H
+#ifndef OSUPT_LOGGING_RECORD_FILE_H
+#define OSUPT_LOGGING_RECORD_FILE_H
 
 #include <memory>
 #include <string>

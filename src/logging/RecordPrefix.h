@@ -1,6 +1,6 @@
 // What stands before the text of a record.
-#ifndef LOGGING_RECORD_PREFIX_H
-#define LOGGING_RECORD_PREFIX_H
+#ifndef OSUPT_LOGGING_RECORD_PREFIX_H
+#define OSUPT_LOGGING_RECORD_PREFIX_H
 
 #include <string>
 

@@ -1,6 +1,6 @@
 // Records of the library itself: a refused one costs two loads and two compares.
-#ifndef LOGGING_TRACE_H
-#define LOGGING_TRACE_H
+#ifndef OSUPT_LOGGING_TRACE_H
+#define OSUPT_LOGGING_TRACE_H
 
 #include "OrvoLogging.h"
 

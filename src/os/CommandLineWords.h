@@ -1,6 +1,6 @@
 // The words of a command line, for systems that pass words to a program instead of the line.
-#ifndef OS_COMMAND_LINE_WORDS_H
-#define OS_COMMAND_LINE_WORDS_H
+#ifndef OSUPT_OS_COMMAND_LINE_WORDS_H
+#define OSUPT_OS_COMMAND_LINE_WORDS_H
 
 #include <string>
 #include <vector>

@@ -1,6 +1,6 @@
 // File name patterns where the system has none of its own.
-#ifndef OS_WILDCARD_H
-#define OS_WILDCARD_H
+#ifndef OSUPT_OS_WILDCARD_H
+#define OSUPT_OS_WILDCARD_H
 
 #include <string>
 

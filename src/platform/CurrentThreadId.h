@@ -1,6 +1,6 @@
 // The number by which the system knows the calling thread.
-#ifndef PLATFORM_CURRENT_THREAD_ID_H
-#define PLATFORM_CURRENT_THREAD_ID_H
+#ifndef OSUPT_PLATFORM_CURRENT_THREAD_ID_H
+#define OSUPT_PLATFORM_CURRENT_THREAD_ID_H
 
 namespace OrvoSupport::platform {
 

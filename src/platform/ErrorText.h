@@ -1,6 +1,6 @@
 // The system's messages for its error codes.
-#ifndef PLATFORM_ERROR_TEXT_H
-#define PLATFORM_ERROR_TEXT_H
+#ifndef OSUPT_PLATFORM_ERROR_TEXT_H
+#define OSUPT_PLATFORM_ERROR_TEXT_H
 
 #include <string>
 

@@ -1,7 +1,7 @@
 // Single steps on files and directories. Paths may use "/" and "\" and be of any length the file system
 // takes.
-#ifndef PLATFORM_FILES_H
-#define PLATFORM_FILES_H
+#ifndef OSUPT_PLATFORM_FILES_H
+#define OSUPT_PLATFORM_FILES_H
 
 #include <memory>
 #include <string>

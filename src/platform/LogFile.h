@@ -1,6 +1,6 @@
 // The file behind the log, and how the system's C library writes what a log holds.
-#ifndef PLATFORM_LOG_FILE_H
-#define PLATFORM_LOG_FILE_H
+#ifndef OSUPT_PLATFORM_LOG_FILE_H
+#define OSUPT_PLATFORM_LOG_FILE_H
 
 #include <cstddef>
 #include <memory>

@@ -1,6 +1,6 @@
 // Loading modules (DLLs, shared objects) and finding what they export.
-#ifndef PLATFORM_MODULE_H
-#define PLATFORM_MODULE_H
+#ifndef OSUPT_PLATFORM_MODULE_H
+#define OSUPT_PLATFORM_MODULE_H
 
 #include <string>
 

@@ -1,6 +1,6 @@
 // Starting programs, waiting for them, and opening documents.
-#ifndef PLATFORM_PROCESS_H
-#define PLATFORM_PROCESS_H
+#ifndef OSUPT_PLATFORM_PROCESS_H
+#define OSUPT_PLATFORM_PROCESS_H
 
 #include <memory>
 #include <string>

@@ -1,6 +1,6 @@
 // Opening the files that settings live in.
-#ifndef PLATFORM_PROPERTY_FILE_H
-#define PLATFORM_PROPERTY_FILE_H
+#ifndef OSUPT_PLATFORM_PROPERTY_FILE_H
+#define OSUPT_PLATFORM_PROPERTY_FILE_H
 
 #include <cstdio>
 

@@ -1,6 +1,6 @@
 // A walk through a tree of directories in order to remove it.
-#ifndef PLATFORM_TREE_WALK_H
-#define PLATFORM_TREE_WALK_H
+#ifndef OSUPT_PLATFORM_TREE_WALK_H
+#define OSUPT_PLATFORM_TREE_WALK_H
 
 #include <memory>
 #include <string>

@@ -1,6 +1,6 @@
 // Owner of a file descriptor.
-#ifndef PLATFORM_POSIX_DESCRIPTOR_H
-#define PLATFORM_POSIX_DESCRIPTOR_H
+#ifndef OSUPT_PLATFORM_POSIX_DESCRIPTOR_H
+#define OSUPT_PLATFORM_POSIX_DESCRIPTOR_H
 
 #include <unistd.h>
 

@@ -1,6 +1,6 @@
 // All entries of a directory at once.
-#ifndef PLATFORM_POSIX_DIRECTORY_LIST_H
-#define PLATFORM_POSIX_DIRECTORY_LIST_H
+#ifndef OSUPT_PLATFORM_POSIX_DIRECTORY_LIST_H
+#define OSUPT_PLATFORM_POSIX_DIRECTORY_LIST_H
 
 #include <dirent.h>
 

@@ -1,6 +1,6 @@
 // The processes behind one start of a program (Linux only).
-#ifndef PLATFORM_POSIX_LAUNCH_H
-#define PLATFORM_POSIX_LAUNCH_H
+#ifndef OSUPT_PLATFORM_POSIX_LAUNCH_H
+#define OSUPT_PLATFORM_POSIX_LAUNCH_H
 
 namespace OrvoSupport::platform {
 

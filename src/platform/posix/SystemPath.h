@@ -1,6 +1,6 @@
 // Paths as callers write them, made ready for system calls.
-#ifndef PLATFORM_POSIX_SYSTEM_PATH_H
-#define PLATFORM_POSIX_SYSTEM_PATH_H
+#ifndef OSUPT_PLATFORM_POSIX_SYSTEM_PATH_H
+#define OSUPT_PLATFORM_POSIX_SYSTEM_PATH_H
 
 #include <string>
 

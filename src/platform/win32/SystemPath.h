@@ -1,6 +1,6 @@
 // Paths as callers write them, made ready for system calls.
-#ifndef PLATFORM_WIN32_SYSTEM_PATH_H
-#define PLATFORM_WIN32_SYSTEM_PATH_H
+#ifndef OSUPT_PLATFORM_WIN32_SYSTEM_PATH_H
+#define OSUPT_PLATFORM_WIN32_SYSTEM_PATH_H
 
 #include <string>
 
