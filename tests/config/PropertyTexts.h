@@ -90,6 +90,13 @@ inline std::string textFile(const std::string& name) {
     return all;
 }
 
+/// A store with one entry, a=1.
+inline OrvoProperties<string> someProperties() {
+    OrvoProperties<string> store;
+    store.addProperty("a=1", '=');
+    return store;
+}
+
 /// A file of the test's own, and what a store makes of it.
 template <class S>
 class OrvoPropertiesFileTest : public testing::Test {

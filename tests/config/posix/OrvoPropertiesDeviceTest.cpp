@@ -28,12 +28,6 @@ using testing_support::readFile;
 using testing_support::TempFolder;
 using testing_support::writeFile;
 
-OrvoProperties<string> someProperties() {
-    OrvoProperties<string> store;
-    store.addProperty("a=1", '=');
-    return store;
-}
-
 TEST(OrvoPropertiesDeviceTest, neverWaitsAtAPipe) {
     const TempFolder folder;
     const std::string name = folder.file("pipe");

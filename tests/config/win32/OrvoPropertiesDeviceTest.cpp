@@ -17,12 +17,6 @@ using testing_support::readFile;
 using testing_support::TempFolder;
 using testing_support::writeFile;
 
-OrvoProperties<string> someProperties() {
-    OrvoProperties<string> store;
-    store.addProperty("a=1", '=');
-    return store;
-}
-
 TEST(OrvoPropertiesDeviceTest, takesTheNullDeviceForAnEmptyFile) {
     OrvoProperties<string> store = someProperties();
 
