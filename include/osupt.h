@@ -13,5 +13,6 @@
 #include "OrvoProperties.h"
 #include "OrvoString.h"
 #include "OrvoUtilities.h"
+#include "OrvoVersion.h"
 
 #endif
