@@ -12,6 +12,7 @@
 #include "OrvoObjectBase.h"
 #include "OrvoProperties.h"
 #include "OrvoString.h"
+#include "OrvoThread.h"
 #include "OrvoUtilities.h"
 #include "OrvoVersion.h"
 

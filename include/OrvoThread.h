@@ -1,0 +1,156 @@
+// Threads, the work they are given, and the bases of work queues and of those who serve them.
+#ifndef ORVO_THREAD_H
+#define ORVO_THREAD_H
+
+#include <atomic>
+#include <cstdint>
+#include <vector>
+
+#include "OrvoCriticalSection.h"
+#include "OrvoEvent.h"
+#include "OrvoExport.h"
+#include "OrvoObjectBase.h"
+#include "OrvoString.h"
+
+namespace OrvoSupport {
+
+namespace platform {
+struct Thread;  // inside the library
+}
+
+/// The base of the work items that a thread hands to its work. It is held by smart pointers only.
+///
+/// Thread safety: counting is safe; everything else is up to the subclass.
+class OSUPT_API OrvoWorkInformation : public OrvoObjectBase {
+public:
+    OrvoWorkInformation();
+    OrvoWorkInformation(const OrvoWorkInformation& other);
+    ~OrvoWorkInformation() override;
+};
+
+/// A thread of the operating system and the work it does once: run() of a subclass, or a runnable. When the
+/// work has ended, the thread tells its dependents with a ThreadDone.
+///
+/// An exception that escapes the work ends it with exit code 0 and goes no further; only cancellation by the
+/// C library passes.
+///
+/// Thread safety: start, stop, kill, wait, setPriority and the queries may be called from any thread; name,
+/// work item and marks are set before start(). No call may overlap the destructor.
+class OSUPT_API OrvoThread : public OrvoCollaborator, public OrvoObjectBase {
+public:
+    /// Work that lives outside a thread class. The thread object holds one reference as long as it lives.
+    ///
+    /// Thread safety: run() is called on the thread; counting is safe.
+    class OSUPT_API OrvoRunnable : public OrvoObjectBase {
+    public:
+        OrvoRunnable();
+        ~OrvoRunnable() override;
+
+        /// Called with the work item if the thread has one. Returns the exit code; does nothing here.
+        virtual int run(OrvoWorkInformation& workInfo);
+        /// Called if the thread has no work item.
+        virtual int run();
+    };
+
+    /// What dependents are told when the work has ended. It carries no id.
+    ///
+    /// Thread safety: none; a value.
+    class OSUPT_API ThreadDone : public OrvoNotification {
+    public:
+        ThreadDone(int exitCode);
+        /// Copies the exit code only.
+        ThreadDone(const ThreadDone& other);
+        ThreadDone& operator=(const ThreadDone& other);
+        ~ThreadDone() override;
+
+        std::int32_t exitCode;
+    };
+
+    enum t_Priority {
+        PriorityAboveNormal,
+        PriorityBelowNormal,
+        PriorityHighest,
+        PriorityIdle,
+        PriorityLowest,
+        PriorityNormal,
+        PriorityTimeCritical
+    };
+
+    /// Named "class OrvoSupport::OrvoThread", whatever the subclass.
+    OrvoThread();
+    explicit OrvoThread(const string& name);
+    explicit OrvoThread(OrvoSmartPointer<OrvoRunnable> runnable);
+    OrvoThread(OrvoSmartPointer<OrvoRunnable> runnable, const string& name);
+    OrvoThread(const OrvoThread&) = delete;
+    OrvoThread& operator=(const OrvoThread&) = delete;
+    /// Waits until the work has ended; with the mark for kill ends it instead; with the mark for death, which
+    /// is for threads that delete themselves, does neither.
+    ~OrvoThread() override;
+
+    /// Creates the thread, or resumes it if it was stopped; one that has done its work does not run again. If
+    /// the system has no thread left, the object stays as it was and nothing is reported.
+    virtual void start();
+    /// Suspends the thread where it stands. Stops are counted: two need two starts.
+    virtual void stop();
+    virtual void setWorkInfo(OrvoSmartPointer<OrvoWorkInformation> workInfo);
+    /// Waits until the thread has ended and answers 0, or 258 when the time (milliseconds, -1 for ever) ran
+    /// out, or -1 when waiting failed. A thread never started, or whose work has ended, answers 128 at once.
+    virtual int wait(int timeoutMs);
+    /// False if there is no thread or the system refuses. Values outside the enumeration count as normal.
+    virtual bool setPriority(t_Priority priority);
+
+    /// Ends the thread at once, whatever it does, with exit code 0. Nothing is unwound, nobody is told, and
+    /// its locks count as abandoned. The object can be started again.
+    void kill();
+    /// Waits until the work has ended. Returns at once if the new thread has not come to it yet; wait() is
+    /// stricter.
+    void waitForThreadExit();
+    /// True from start() until kill() or the destructor, also when the work has ended.
+    bool isAlive();
+    /// What the work returned; -1 before that, and while there is no thread.
+    int getExitCode() const;
+    /// Where the handle of the system stands: a HANDLE on Windows, opaque elsewhere. Null when there is none.
+    void* getHandle();
+
+    const string& getName() const;
+    void setName(const string& name);
+    /// The thread deletes its object when the work has ended.
+    void setMarkForDeath();
+    /// The destructor ends the thread instead of waiting for it.
+    void setMarkForKill();
+
+    /// The system's number of the calling thread.
+    static int getCurrentThreadId();
+
+    /// Waits for all threads and answers 0, or for any and answers the index of the first that has ended. -1
+    /// for an empty list, more than 64, one that has no thread, or one twice where all are wanted; -2 when
+    /// the time ran out; -4 when there is no memory.
+    static int wait(std::vector<OrvoThread*>& threads, bool waitAll, int timeoutMs);
+    /// The same for an array of `count` threads (of this very class, not of a subclass).
+    static int wait(int count, OrvoThread* threads, bool waitAll, int timeoutMs);
+
+protected:
+    /// The work, if there is no runnable: with the work item if there is one. Returns the exit code; does
+    /// nothing here.
+    virtual int run(OrvoWorkInformation& workInfo);
+    virtual int run();
+
+private:
+    static int threadMain(void* thread);
+    int _run();
+    void cleanup();
+
+    std::atomic<platform::Thread*> m_thread;
+    OrvoSmartPointer<OrvoWorkInformation> m_workInfo;
+    string m_name;
+    std::atomic<std::int32_t> m_exitCode;
+    std::atomic<bool> m_markForDeath;
+    std::atomic<bool> m_markForKill;
+    std::atomic<bool> m_running;
+    OrvoSmartPointer<OrvoRunnable> m_runnable;
+    OrvoCriticalSectionObject m_lock;  // held while the thread works
+};
+
+}  // namespace OrvoSupport
+
+#endif
