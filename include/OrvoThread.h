@@ -151,6 +151,72 @@ private:
     OrvoCriticalSectionObject m_lock;  // held while the thread works
 };
 
+/// The base of a queue that threads share. The subclass owns the storage and guards it with the queue's one
+/// recursive lock.
+///
+/// Thread safety: up to the subclass, by getLock().
+class OSUPT_API OrvoBaseSynchronizedQueue {
+public:
+    OrvoBaseSynchronizedQueue();
+    OrvoBaseSynchronizedQueue(const OrvoBaseSynchronizedQueue&) = delete;
+    OrvoBaseSynchronizedQueue& operator=(const OrvoBaseSynchronizedQueue&) = delete;
+    virtual ~OrvoBaseSynchronizedQueue();
+
+    /// Empties the queue. Takes the lock itself if it needs it.
+    virtual void clear() = 0;
+    OrvoCriticalSectionObject& getLock();
+
+private:
+    OrvoCriticalSectionObject m_lock;
+};
+
+/// The hand-shake between those who fill a queue and those who empty it: a mutex, an event that says that
+/// something happened, and a mark that tells the consumers to stop. A subclass makes its two sides of it:
+///
+///     lockSyncMutex();                        lockSyncMutex();
+///     (add to the queue)                      while (queue is empty && !m_sentinel) waitForSyncEvent();
+///     setSyncEvent();                         (take from the queue, or stop)
+///     unlockSyncMutex();                      unlockSyncMutex();
+///
+/// The mutex is recursive, and free again when the thread that held it has ended. Take it before the queue's
+/// lock. An object for which the system had no room for the mutex or the event has neither: the four
+/// operations do nothing, and nothing guards the mark.
+///
+/// Thread safety: any operation from any thread; no call may overlap the destructor.
+class OSUPT_API OrvoBaseProducerConsumer {
+public:
+    /// The queue stays the caller's and must outlive this object.
+    explicit OrvoBaseProducerConsumer(OrvoBaseSynchronizedQueue& queue);
+    OrvoBaseProducerConsumer(const OrvoBaseProducerConsumer&) = delete;
+    OrvoBaseProducerConsumer& operator=(const OrvoBaseProducerConsumer&) = delete;
+    virtual ~OrvoBaseProducerConsumer();
+
+    /// Tells the consumers to stop, for good: when they have emptied the queue, or with `clearQueue` at once,
+    /// since the queue is cleared under the mutex. What clear() throws reaches the caller; the consumers are
+    /// told all the same.
+    void produceSentinel(bool clearQueue);
+
+protected:
+    void lockSyncMutex();
+    /// Gives up one hold; a thread that has none changes nothing.
+    void unlockSyncMutex();
+    /// Releases all who wait for it at this moment, or else the next who comes.
+    void setSyncEvent();
+    /// For the holder of the mutex only: gives up one hold and waits for the event in one step, takes the
+    /// mutex again and resets the event. Somebody else may have been faster, so look again and wait again.
+    void waitForSyncEvent();
+
+    bool m_sentinel;  // guarded by the mutex
+
+private:
+    struct SyncHandles;  // inside the library
+
+    SyncHandles* m_handles;
+
+protected:
+    OrvoBaseSynchronizedQueue& m_queue;
+};
+
 }  // namespace OrvoSupport
 
 #endif

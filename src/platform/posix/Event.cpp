@@ -14,6 +14,8 @@ Waitable& waitable(WaitHandle event) { return *static_cast<Waitable*>(event); }
 
 WaitHandle createEvent() noexcept { return new (std::nothrow) Waitable(Waitable::Release::one); }
 
+WaitHandle createManualResetEvent() noexcept { return new (std::nothrow) Waitable(Waitable::Release::all); }
+
 void closeEvent(WaitHandle event) noexcept {
     if (event) delete &waitable(event);
 }

@@ -12,6 +12,7 @@
 #include <climits>
 #include <mutex>
 
+#include "platform/Mutex.h"
 #include "platform/posix/Waitable.h"
 
 namespace OrvoSupport::platform {
@@ -208,8 +209,10 @@ bool Waiter::tryTakeOrEnqueue(bool mayWait) {
     return taken;
 }
 
-int Waiter::wait(int timeoutMs) {
-    if (tryTakeOrEnqueue(timeoutMs != 0)) return result;
+int Waiter::wait(int timeoutMs, Mutex* held) {
+    const bool taken = tryTakeOrEnqueue(timeoutMs != 0);
+    if (held) held->unlock();
+    if (taken) return result;
     if (timeoutMs == 0) return waitTimedOut;
     if (timeoutMs == -1) {
         sleep(*this, nullptr);

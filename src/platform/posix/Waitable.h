@@ -8,6 +8,7 @@
 
 namespace OrvoSupport::platform {
 
+class Mutex;
 class Waitable;
 struct Waiter;
 
@@ -30,7 +31,8 @@ struct Waiter {
     Waiter* nextTaken = nullptr;  // the next of those that one signal releases
     std::atomic<std::uint32_t> state{0};
 
-    int wait(int timeoutMs);
+    /// Gives up one hold of `held`, if there is one, once it waits.
+    int wait(int timeoutMs, Mutex* held = nullptr);
     /// Takes what it waits for if it can have it now.
     bool tryTake();
     /// Leaves all queues. `keep` stays watched, since its owner is not done with it.

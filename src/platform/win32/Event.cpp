@@ -5,11 +5,18 @@
 
 namespace OrvoSupport::platform {
 
-WaitHandle createEvent() noexcept {
-    const BOOL manualReset = FALSE;
+namespace {
+
+WaitHandle createEventOf(BOOL manualReset) {
     const BOOL signalled = FALSE;
     return ::CreateEventA(nullptr, manualReset, signalled, nullptr);
 }
+
+}  // namespace
+
+WaitHandle createEvent() noexcept { return createEventOf(FALSE); }
+
+WaitHandle createManualResetEvent() noexcept { return createEventOf(TRUE); }
 
 void closeEvent(WaitHandle event) noexcept {
     if (event) ::CloseHandle(event);
