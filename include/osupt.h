@@ -10,6 +10,7 @@
 #include "OrvoLogging.h"
 #include "OrvoModuleData.h"
 #include "OrvoObjectBase.h"
+#include "OrvoProgramOptions.h"
 #include "OrvoProperties.h"
 #include "OrvoString.h"
 #include "OrvoThread.h"
