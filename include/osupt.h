@@ -14,6 +14,7 @@
 #include "OrvoProperties.h"
 #include "OrvoString.h"
 #include "OrvoThread.h"
+#include "OrvoTreeNode.h"
 #include "OrvoUtilities.h"
 #include "OrvoVersion.h"
 
