@@ -2,6 +2,7 @@
 #ifndef OSUPT_H
 #define OSUPT_H
 
+#include "OrvoBufferStream.h"
 #include "OrvoCriticalSection.h"
 #include "OrvoDateTime.h"
 #include "OrvoEvent.h"
@@ -10,6 +11,7 @@
 #include "OrvoLogging.h"
 #include "OrvoModuleData.h"
 #include "OrvoObjectBase.h"
+#include "OrvoObjectStream.h"
 #include "OrvoProgramOptions.h"
 #include "OrvoProperties.h"
 #include "OrvoString.h"
