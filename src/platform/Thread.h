@@ -39,6 +39,10 @@ void killThread(Thread& thread) noexcept;
 /// Gives up the hold. The thread goes on, if it has not ended, and leaves nothing behind when it ends.
 void closeThread(Thread* thread) noexcept;
 
+/// The calling thread's work is over: if it runs a body, it has only the way home before it, of which code of
+/// the host may still be a part (handlers, destructors).
+void announceReturn() noexcept;
+
 /// Returns when no thread whose body has returned has an instruction of the library left to execute. For the
 /// unloading of the library, where on Windows nobody may wait for the end of a thread; does nothing when the
 /// process ends and the threads are gone already.

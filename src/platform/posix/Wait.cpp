@@ -12,7 +12,10 @@
 #include <climits>
 #include <mutex>
 
+#include "platform/InternalLock.h"
 #include "platform/Mutex.h"
+#include "platform/posix/ProcessNumber.h"
+#include "platform/posix/Uninterrupted.h"
 #include "platform/posix/Waitable.h"
 
 namespace OrvoSupport::platform {
@@ -24,17 +27,21 @@ constexpr std::uint32_t asleep = 1;
 constexpr std::uint32_t released = 2;
 
 // One lock for all queues: a wait for all spans several of them, and it is held for a few steps only.
-std::mutex waitLock;
+InternalLock waitLock;
+using WaitGuard = std::lock_guard<InternalLock>;
 
-// Counts the forks between the first process and this one. The waiters of a parent process are not
-// waiting in its child, and their stacks are not theirs there: their places may not even be looked at.
-std::uint32_t process = 0;
+// A child finds the queues between two steps.
+[[maybe_unused]] const int forkHandlers =
+    ::pthread_atfork([] { waitLock.lock(); }, [] { waitLock.unlock(); }, [] { waitLock.unlock(); });
 
-[[maybe_unused]] const int forkHandlers = ::pthread_atfork([] { waitLock.lock(); }, [] { waitLock.unlock(); },
-                                                           [] {
-                                                               ++process;
-                                                               waitLock.unlock();
-                                                           });
+// From the moment in which it joins the queues until its wait is over.
+__thread Waiter* waiterOfThisThread __attribute__((tls_model("initial-exec"))) = nullptr;
+
+void setWaiterOfThisThread(Waiter* waiter) {
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    waiterOfThisThread = waiter;
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+}
 
 timespec deadlineAfter(std::uint32_t milliseconds) {
     timespec time;
@@ -76,7 +83,7 @@ void wake(Waiter* waiter) {
 
 Waitable::~Waitable() {
     if (!(m_state.load(std::memory_order_acquire) & watched)) return;
-    std::lock_guard<std::mutex> lock(waitLock);
+    const WaitGuard lock(waitLock);
     watch();
     while (m_first) {
         WaitPlace& place = *m_first;
@@ -98,8 +105,9 @@ void Waitable::signal() {
         if (m_state.compare_exchange_weak(state, signalled, std::memory_order_acq_rel)) return;
     }
     Waiter* taken = nullptr;
+    const Uninterrupted untilTheyAreAwake;  // they count on it
     {
-        std::lock_guard<std::mutex> lock(waitLock);
+        const WaitGuard lock(waitLock);
         watch();
         m_state.fetch_or(signalled, std::memory_order_acq_rel);
         taken = releaseWaiters();
@@ -111,7 +119,7 @@ void Waitable::signal() {
 void Waitable::clear() {
     std::uint32_t state = signalled;
     if (m_state.compare_exchange_strong(state, 0, std::memory_order_acq_rel) || !(state & watched)) return;
-    std::lock_guard<std::mutex> lock(waitLock);
+    const WaitGuard lock(waitLock);
     m_state.fetch_and(~signalled, std::memory_order_acq_rel);
 }
 
@@ -119,8 +127,9 @@ void Waitable::pulse() {
     std::uint32_t state = signalled;
     if (m_state.compare_exchange_strong(state, 0, std::memory_order_acq_rel) || !(state & watched)) return;
     Waiter* taken = nullptr;
+    const Uninterrupted untilTheyAreAwake;  // they count on it
     {
-        std::lock_guard<std::mutex> lock(waitLock);
+        const WaitGuard lock(waitLock);
         watch();
         m_state.fetch_or(signalled, std::memory_order_acq_rel);
         taken = releaseWaiters();
@@ -132,10 +141,14 @@ void Waitable::pulse() {
 
 void Waitable::watch() {
     m_state.fetch_or(watched, std::memory_order_acq_rel);
-    if (m_process == process) return;
+    // The waiters of a parent process are not waiting in its child, and their stacks are not theirs there:
+    // their places may not even be looked at.
+    if (m_process == processNumber) return;
     m_first = m_last = nullptr;
-    m_process = process;
+    m_process = processNumber;
 }
+
+void Waitable::signalAfterFork() { m_state = signalled; }
 
 void Waitable::unwatch() {
     if (!m_first) m_state.fetch_and(~watched, std::memory_order_acq_rel);
@@ -199,13 +212,14 @@ void Waiter::leave(const Waitable* keep) {
 }
 
 bool Waiter::tryTakeOrEnqueue(bool mayWait) {
-    std::lock_guard<std::mutex> lock(waitLock);
+    const WaitGuard lock(waitLock);
     for (std::size_t i = 0; i < count; ++i) places[i].waitable->watch();
     const bool taken = tryTake();
     for (std::size_t i = 0; i < count; ++i) {
         if (!taken && mayWait) places[i].waitable->enqueue(places[i]);
         places[i].waitable->unwatch();
     }
+    if (!taken && mayWait) setWaiterOfThisThread(this);
     return taken;
 }
 
@@ -214,6 +228,12 @@ int Waiter::wait(int timeoutMs, Mutex* held) {
     if (held) held->unlock();
     if (taken) return result;
     if (timeoutMs == 0) return waitTimedOut;
+    const int answer = waitInQueues(timeoutMs);
+    setWaiterOfThisThread(nullptr);
+    return answer;
+}
+
+int Waiter::waitInQueues(int timeoutMs) {
     if (timeoutMs == -1) {
         sleep(*this, nullptr);
         return result;
@@ -222,15 +242,30 @@ int Waiter::wait(int timeoutMs, Mutex* held) {
     sleep(*this, &deadline);
     if (state.load(std::memory_order_acquire) == released) return result;
     {
-        std::lock_guard<std::mutex> lock(waitLock);
+        const WaitGuard lock(waitLock);
         if (result < 0) {
             leave();
+            setWaiterOfThisThread(nullptr);  // in the same step
             return waitTimedOut;
         }
     }
     // A signal came at the last moment, and whoever brought it is about to say so.
     sleep(*this, nullptr);
     return result;
+}
+
+void leaveWaitQueues() noexcept {
+    Waiter* const waiter = waiterOfThisThread;
+    if (!waiter) return;
+    {
+        const WaitGuard lock(waitLock);
+        if (waiter->result < 0) {
+            waiter->leave();
+            return;
+        }
+    }
+    // A signal was taken for it, which is lost now; whoever brought it is about to say so.
+    sleep(*waiter, nullptr);
 }
 
 int waitForOne(WaitHandle handle, int timeoutMs) noexcept {

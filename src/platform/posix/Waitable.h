@@ -33,6 +33,7 @@ struct Waiter {
 
     /// Gives up one hold of `held`, if there is one, once it waits.
     int wait(int timeoutMs, Mutex* held = nullptr);
+    int waitInQueues(int timeoutMs);
     /// Takes what it waits for if it can have it now.
     bool tryTake();
     /// Leaves all queues. `keep` stays watched, since its owner is not done with it.
@@ -65,6 +66,8 @@ public:
     void pulse();
     /// Takes the signal if that needs no lock; false says nothing more than that it did not.
     bool tryTake();
+    /// The same as signal() in a child that has one thread and whose locks may not be in order yet.
+    void signalAfterFork();
 
 private:
     friend struct Waiter;
@@ -86,6 +89,9 @@ private:
     WaitPlace* m_first = nullptr;
     WaitPlace* m_last = nullptr;
 };
+
+/// Takes the calling thread, which ends without going on with its wait, out of all queues.
+void leaveWaitQueues() noexcept;
 
 }  // namespace OrvoSupport::platform
 
