@@ -11,6 +11,7 @@
 #include "OrvoLogging.h"
 #include "OrvoModuleData.h"
 #include "OrvoObjectBase.h"
+#include "OrvoObjectFactory.h"
 #include "OrvoObjectStream.h"
 #include "OrvoProgramOptions.h"
 #include "OrvoProperties.h"

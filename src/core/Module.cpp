@@ -4,6 +4,7 @@
 #include <new>
 
 #include "OrvoCriticalSection.h"
+#include "OrvoObjectFactory.h"
 #include "core/ObjectLock.h"
 
 namespace {
@@ -37,6 +38,7 @@ void Module::initGlobals() {
 void Module::termGlobals() {
     if (!m_controlsGlobals || m_initCount <= 0 || --m_initCount > 0) return;
     // Whatever still releases counted objects or creates locks while it is destroyed goes before the lock.
+    OrvoSupport::OrvoObjectFactory::deleteGlobalInstance();
     exit();
     exit();
     exit();

@@ -58,8 +58,9 @@ void useOnce(LongLivedThread& longLived, bool ownThread) {
     ASSERT_TRUE(host.loaded());
     ASSERT_TRUE(isLoaded("osupt"));
     auto* const useLocks = host.function<int()>("useLocks");
-    ASSERT_NE(nullptr, useLocks);
-    int failures = useLocks();
+    auto* const useFactory = host.function<int()>("useFactory");
+    ASSERT_TRUE(useLocks && useFactory);
+    int failures = useLocks() + useFactory();
     longLived.run([&] { failures += useLocks(); });
     if (ownThread) std::thread([&] { failures += useLocks(); }).join();
     EXPECT_EQ(0, failures);

@@ -2,11 +2,18 @@
 // again when it is unloaded.
 #include "OrvoCriticalSection.h"
 #include "OrvoObjectBase.h"
+#include "OrvoObjectFactory.h"
 
 namespace {
 
 OrvoSupport::OrvoCriticalSectionObject sharedLock;
 long guarded = 0;
+
+struct Registration : OrvoSupport::OrvoObjectFactoryRegistration {
+    OrvoSupport::OrvoSmartPointer<OrvoSupport::OrvoObjectBase> create() override {
+        return new OrvoSupport::OrvoObjectBase;
+    }
+} registration;
 
 }  // namespace
 
@@ -22,6 +29,17 @@ extern "C" int useLocks() {
         ++guarded;
     }
     return section.lockCount() == 1 && object->refCount() == 1 ? 0 : 1;
+}
+
+/// Leaves names in the factory of the process, some of an object that goes before the library does; returns 0
+/// when the factory was new.
+extern "C" int useFactory() {
+    using namespace OrvoSupport;
+    OrvoObjectFactory& factory = OrvoObjectFactory::getGlobalInstance();
+    if (!factory.getRegisteredClasses().empty()) return 1;
+    factory.add("function", []() -> OrvoObjectBase* { return new OrvoObjectBase; });
+    factory.add("registration", registration);
+    return factory.construct("function") && factory.construct("registration") ? 0 : 1;
 }
 
 /// Ends up holding a lock that another thread may find abandoned.

@@ -7,6 +7,7 @@
 
 #include "OrvoCriticalSection.h"
 #include "OrvoObjectBase.h"
+#include "OrvoObjectFactory.h"
 #include "core/ObjectLock.h"
 
 namespace {
@@ -25,14 +26,23 @@ int lockOnTwoThreads(OrvoCriticalSectionObject& lock) {
     return depth;
 }
 
+OrvoObjectBase* makeObject() { return new OrvoObjectBase; }
+
 struct EarlyAndLate {
-    EarlyAndLate() : depth(lockOnTwoThreads(lock)), pointer(new OrvoObjectBase) {}
+    EarlyAndLate() : depth(lockOnTwoThreads(lock)), pointer(new OrvoObjectBase) {
+        OrvoObjectFactory::getGlobalInstance().add("object", makeObject);
+    }
     ~EarlyAndLate() {
         // Nothing can be reported to the test any more; the program fails instead.
         OrvoCriticalSectionObject late;
         const OrvoSmartPointer<OrvoObjectBase> again(pointer);
         if (lockOnTwoThreads(lock) != 1 || lockOnTwoThreads(late) != 1 || pointer->refCount() != 2)
             std::abort();
+        // The factory of the process goes when the object lock goes; whoever asks then gets a new one.
+        OrvoObjectFactory& factory = OrvoObjectFactory::getGlobalInstance();
+        const bool hasObject = factory.construct("object") != nullptr;
+        if (hasObject != (objectLock() != nullptr)) std::abort();
+        OrvoObjectFactory::deleteGlobalInstance();
     }
     OrvoCriticalSectionObject lock;
     int depth;
@@ -43,6 +53,10 @@ TEST(StaticBuildTest, locksAndCountsBeforeMain) {
     EXPECT_EQ(1, earlyAndLate.depth);
     EXPECT_EQ(1u, earlyAndLate.pointer->refCount());
     EXPECT_EQ(0, earlyAndLate.lock.lockCount());
+}
+
+TEST(StaticBuildTest, theFactoryKeepsWhatItGotBeforeMain) {
+    EXPECT_TRUE(OrvoObjectFactory::getGlobalInstance().construct("object") != nullptr);
 }
 
 TEST(StaticBuildTest, theObjectLockStandsWhenTheProgramRuns) {
