@@ -17,6 +17,7 @@ using Guard = std::lock_guard<OrvoCriticalSectionObject>;
 
 constexpr std::uint32_t headerSize = 4;
 constexpr std::uint32_t defaultIncrement = 512;
+constexpr std::uint32_t longBlock = 64 * 1024;
 constexpr std::uint32_t most = std::numeric_limits<std::uint32_t>::max();
 
 std::uint32_t incrementFor(unsigned long wanted) {
@@ -73,7 +74,8 @@ OrvoBufferStream::OrvoBufferStream(const void* block, unsigned int length)
     : m_block(newBlock(length)),
       m_dataEnd(std::max(length, headerSize)),
       m_growthIncrement(incrementFor(length)),
-      m_capacity(length) {
+      m_capacity(length),
+      m_allocated(length) {
     if (block) {
         std::memcpy(m_block, block, length);
     } else {
@@ -94,6 +96,7 @@ OrvoBufferStream::OrvoBufferStream(const OrvoBufferStream& other)
     m_capacity = other.m_capacity;
     if (!other.m_block) return;
     m_block = newBlock(m_capacity);
+    m_allocated = m_capacity;
     std::memcpy(m_block + headerSize, other.m_block + headerSize + other.m_gap, dataEnd - headerSize);
     m_dataEnd.store(dataEnd, std::memory_order_relaxed);
 }
@@ -107,6 +110,7 @@ OrvoBufferStream& OrvoBufferStream::operator=(const OrvoBufferStream& other) {
     m_dataEnd.store(copy.m_dataEnd.load(std::memory_order_relaxed), std::memory_order_relaxed);
     m_growthIncrement = copy.m_growthIncrement;
     m_capacity = copy.m_capacity;
+    m_allocated = copy.m_allocated;
     return *this;
 }
 
@@ -175,11 +179,23 @@ bool OrvoBufferStream::makeRoom(std::uint32_t dataEnd, std::uint64_t bytes) {
     const std::uint64_t grown = m_capacity + bytes + (m_growthIncrement - bytes % m_growthIncrement);
     const std::uint32_t capacity =
         grown > most ? needed : std::max(needed, static_cast<std::uint32_t>(grown));
-    void* const block = std::realloc(m_block, capacity);
-    if (!block) return false;
-    m_block = static_cast<unsigned char*>(block);
+    if (capacity > m_allocated && !reallocate(capacity)) return false;
     m_capacity = capacity;
     return true;
+}
+
+// A long block gets room to spare. Not every system enlarges one in place, and copying it for each increment
+// would make filling a long stream quadratic.
+bool OrvoBufferStream::reallocate(std::uint32_t capacity) {
+    const std::uint32_t spare = capacity < longBlock ? 0 : std::min(capacity / 4, most - capacity);
+    for (const std::uint32_t size : {capacity + spare, capacity}) {
+        void* const block = std::realloc(m_block, size);
+        if (!block) continue;
+        m_block = static_cast<unsigned char*>(block);
+        m_allocated = size;
+        return true;
+    }
+    return false;
 }
 
 void OrvoBufferStream::closeGap(std::uint32_t dataEnd) const {
