@@ -35,6 +35,13 @@ public:
         m_next = lineFeed == m_end ? m_end : lineFeed + 1;
         return text;
     }
+    /// As many bytes, or all that are left.
+    std::string bytes(std::size_t count) {
+        const std::uint8_t* const end = m_next + std::min(count, static_cast<std::size_t>(m_end - m_next));
+        std::string text(m_next, end);
+        m_next = end;
+        return text;
+    }
     std::string rest() {
         std::string text(m_next, m_end);
         m_next = m_end;
