@@ -2,6 +2,7 @@
 #ifndef ORVO_UTILITIES_H
 #define ORVO_UTILITIES_H
 
+#include "OrvoExpandString.h"
 #include "OrvoFindFile.h"
 #include "OrvoLibrary.h"
 #include "OrvoLocaleFactory.h"
