@@ -5,18 +5,18 @@
 namespace OrvoSupport {
 namespace {
 
-constexpr std::string_view delimiters = " \t";
-constexpr std::string_view delimitersAndQuotes = " \t\"'";
+bool isDelimiter(char c) { return c == ' ' || c == '\t'; }
+bool isQuote(char c) { return c == '"' || c == '\''; }
 
 // Appends the word that starts at `at`; returns where it ends.
-std::size_t readToken(std::string_view line, std::size_t at, std::string& token) {
+const char* readToken(const char* at, const char* end, std::string& token) {
     while (true) {
-        const std::size_t stop = std::min(line.find_first_of(delimitersAndQuotes, at), line.size());
-        token.append(line, at, stop - at);
-        if (stop == line.size() || delimiters.find(line[stop]) != std::string_view::npos) return stop;
-        const std::size_t close = std::min(line.find(line[stop], stop + 1), line.size());
-        token.append(line, stop + 1, close - stop - 1);
-        if (close == line.size()) return close;
+        const char* const stop = std::find_if(at, end, [](char c) { return isDelimiter(c) || isQuote(c); });
+        token.append(at, stop);
+        if (stop == end || isDelimiter(*stop)) return stop;
+        const char* const close = std::find(stop + 1, end, *stop);
+        token.append(stop + 1, close);
+        if (close == end) return end;
         at = close + 1;
     }
 }
@@ -24,10 +24,11 @@ std::size_t readToken(std::string_view line, std::size_t at, std::string& token)
 }  // namespace
 
 std::vector<std::string> commandLineTokens(std::string_view line) {
+    const char* const end = line.data() + line.size();
     std::vector<std::string> tokens;
-    std::size_t at = 0;
-    while ((at = line.find_first_not_of(delimiters, at)) != std::string_view::npos)
-        at = readToken(line, at, tokens.emplace_back());
+    const char* at = line.data();
+    while ((at = std::find_if_not(at, end, isDelimiter)) != end)
+        at = readToken(at, end, tokens.emplace_back());
     return tokens;
 }
 
