@@ -125,11 +125,11 @@ unsigned int OrvoBufferStream::write(const void* data, unsigned int elementSize,
     if (m_gap + dataEnd + bytes > m_capacity && !makeRoom(dataEnd, bytes)) return 0;
     const auto size = static_cast<std::uint32_t>(bytes);
     unsigned char* const end = m_block + m_gap + dataEnd;
-    m_dataEnd.store(dataEnd + size, std::memory_order_relaxed);
     if (data)
         copyBytes(end, data, size);
     else
         zeroBytes(end, size);
+    m_dataEnd.store(dataEnd + size, std::memory_order_relaxed);
     return size;
 }
 
@@ -139,10 +139,9 @@ unsigned int OrvoBufferStream::read(void* data, unsigned int elementSize, unsign
     const std::uint32_t dataEnd = m_dataEnd.load(std::memory_order_relaxed);
     const std::uint32_t size = available(dataEnd, bytes);
     if (size == 0) return 0;
-    const unsigned char* const begin = m_block + headerSize + m_gap;
+    copyOut(data, m_block + headerSize + m_gap, size);
     m_gap = dataEnd - size == headerSize ? 0 : m_gap + size;
     m_dataEnd.store(dataEnd - size, std::memory_order_relaxed);
-    copyOut(data, begin, size);
     return size;
 }
 
