@@ -87,14 +87,17 @@ public:
     virtual void printGuts(int indent);
 
 private:
+    friend class ChildList;
+
     OrvoTreeNode* findChild(const string& key) const;
     OrvoTreeNode& provideChild(const string& key);
     OrvoSmartPointer<OrvoTreeNode> addAs(const string& key, OrvoSmartPointer<OrvoTreeNode> node);
-    ChildList& listFor(OrvoTreeNode& child);
+    ChildList& list();
 
     std::unique_ptr<ChildList> m_children;  // none: no children
     string m_key;
-    std::atomic<bool> m_isChild{false};  // or was one
+    std::atomic<ChildList*> m_list{nullptr};  // the one it is in; kept up by the lists
+    std::atomic<bool> m_isInSeveral{false};   // or was, or more than once
 };
 
 }  // namespace OrvoSupport

@@ -26,6 +26,17 @@ std::atomic<std::size_t> ChildList::s_keyChanges{1};
 
 ChildList::Entry::Entry(Child node) : beginning(beginningOf(node->getKey())), child(std::move(node)) {}
 
+ChildList::ChildList(const ChildList& other) : m_blocks(other.m_blocks) {
+    for (const Block& block : m_blocks)
+        for (const Entry& entry : block) enter(*entry.child);
+}
+
+ChildList::~ChildList() {
+    for (const Block& block : m_blocks)
+        for (const Entry& entry : block)
+            if (entry.child) leave(*entry.child);
+}
+
 OrvoTreeNode* ChildList::at(std::size_t index) const {
     const Cursor cursor = positionOf(index);
     return isEnd(cursor) ? nullptr : nodeAt(cursor);
@@ -55,8 +66,47 @@ Child ChildList::takeNext(Cursor& cursor) {
     if (isEnd(cursor)) return nullptr;
     Block& block = m_blocks[cursor.block];
     Child child = std::move(block[cursor.offset].child);
-    if (++cursor.offset == block.size()) cursor = {cursor.block + 1, 0};
+    leave(*child);
+    cursor = next(cursor);
     return child;
+}
+
+void ChildList::changeKey(OrvoTreeNode& node, const string& key) {
+    if (node.m_isInSeveral.load(relaxed)) {
+        if (node.m_key != key) s_keyChanges.fetch_add(1, relaxed);
+    } else if (ChildList* const list = node.m_list.load(relaxed)) {
+        return list->changeKeyOfChild(node, key);
+    }
+    node.m_key = key;
+}
+
+void ChildList::changeKeyOfChild(OrvoTreeNode& child, const string& key) {
+    if (isKnownInOrder()) {
+        Cursor cursor = positionOf(child.m_key);
+        while (nodeAt(cursor) != &child) cursor = next(cursor);
+        child.m_key = key;
+        m_blocks[cursor.block][cursor.offset].beginning.store(beginningOf(key), relaxed);
+        m_wasInOrder.store(fits(cursor), relaxed);
+    } else {
+        child.m_key = key;
+        m_lookedAt.store(0, relaxed);
+    }
+}
+
+// Several lists, and so several threads, may have to do with one node.
+void ChildList::enter(OrvoTreeNode& child) {
+    ChildList* none = nullptr;
+    if (!child.m_list.compare_exchange_strong(none, this, relaxed)) child.m_isInSeveral.store(true, relaxed);
+}
+
+void ChildList::leave(OrvoTreeNode& child) {
+    ChildList* self = this;
+    child.m_list.compare_exchange_strong(self, nullptr, relaxed);
+}
+
+bool ChildList::isKnownInOrder() const {
+    return m_lookedAt.load(std::memory_order_acquire) == s_keyChanges.load(relaxed) &&
+           m_wasInOrder.load(relaxed);
 }
 
 // Several readers may look at the same time: they all find the same.
@@ -95,6 +145,11 @@ ChildList::Cursor ChildList::positionOf(const string& key) const {
     return found ? cursor : Cursor{m_blocks.size(), 0};
 }
 
+ChildList::Cursor ChildList::next(Cursor cursor) const {
+    const bool isLast = cursor.offset + 1 == m_blocks[cursor.block].size();
+    return isLast ? Cursor{cursor.block + 1, 0} : Cursor{cursor.block, cursor.offset + 1};
+}
+
 /// The first child whose key comes behind `key`, as the predicate says of keys that begin alike.
 template <class Predicate>
 ChildList::Cursor ChildList::firstByHalving(const string& key, Predicate comesBehind) const {
@@ -125,7 +180,9 @@ ChildList::Cursor ChildList::firstByWalking(Predicate predicate) const {
 ChildList::Cursor ChildList::insertAt(Cursor cursor, Child child) {
     cursor = makeRoom(cursor);
     Block& block = m_blocks[cursor.block];
+    OrvoTreeNode& node = *child;
     block.emplace(block.begin() + static_cast<std::ptrdiff_t>(cursor.offset), std::move(child));
+    enter(node);
     return cursor;
 }
 
@@ -172,6 +229,7 @@ Child ChildList::removeAt(Cursor cursor) {
     Block& block = m_blocks[cursor.block];
     const auto place = block.begin() + static_cast<std::ptrdiff_t>(cursor.offset);
     Child child = std::move(place->child);
+    leave(*child);
     block.erase(place);
     if (block.empty()) m_blocks.erase(m_blocks.begin() + static_cast<std::ptrdiff_t>(cursor.block));
     // What was out of order may be in order now.

@@ -22,8 +22,9 @@ public:
 
     ChildList() = default;
     /// Shares the children.
-    ChildList(const ChildList& other) : m_blocks(other.m_blocks) {}
+    ChildList(const ChildList& other);
     ChildList& operator=(const ChildList&) = delete;
+    ~ChildList();
 
     /// The child at a position; null past the end.
     OrvoTreeNode* at(std::size_t index) const;
@@ -47,8 +48,8 @@ public:
     };
     Child takeNext(Cursor& cursor);
 
-    /// To be called whenever the key of a node changes that is a child or was one.
-    static void noteKeyChange() { s_keyChanges.fetch_add(1, relaxed); }
+    /// Changes the key of a node, whatever lists it is in.
+    static void changeKey(OrvoTreeNode& node, const string& key);
 
 private:
     /// A child, and the beginning of its key as a number that orders like it; most comparisons need no more.
@@ -70,8 +71,13 @@ private:
     static constexpr std::memory_order relaxed = std::memory_order_relaxed;
 
     bool inOrder() const;
+    bool isKnownInOrder() const;
+    void changeKeyOfChild(OrvoTreeNode& child, const string& key);
+    void enter(OrvoTreeNode& child);
+    void leave(OrvoTreeNode& child);
     Cursor positionOf(std::size_t index) const;
     Cursor positionOf(const string& key) const;
+    Cursor next(Cursor cursor) const;
     template <class Predicate>
     Cursor firstByHalving(const string& key, Predicate comesBehind) const;
     template <class Predicate>
@@ -83,6 +89,7 @@ private:
     bool fits(Cursor cursor) const;
     Child removeAt(Cursor cursor);
 
+    // Of nodes in several lists: none of these lists knows whether it is affected.
     static std::atomic<std::size_t> s_keyChanges;
 
     std::vector<Block> m_blocks;  // none is empty

@@ -78,19 +78,18 @@ OrvoTreeNode& OrvoTreeNode::operator=(const string& key) {
     return *this;
 }
 
-OrvoTreeNode::~OrvoTreeNode() { releaseChildren(*this, std::move(m_children)); }
-
-void OrvoTreeNode::setKey(const string& key) {
-    if (m_isChild.load(std::memory_order_relaxed) && m_key != key) ChildList::noteKeyChange();
-    m_key = key;
+OrvoTreeNode::~OrvoTreeNode() {
+    if (m_children) releaseChildren(*this, std::move(m_children));
 }
+
+void OrvoTreeNode::setKey(const string& key) { ChildList::changeKey(*this, key); }
 
 Node OrvoTreeNode::operator[](int index) const {
     return m_children ? m_children->at(static_cast<std::size_t>(index)) : nullptr;
 }
 
 Node OrvoTreeNode::add(Node node) {
-    if (node) listFor(*node).insertByKey(node);
+    if (node) list().insertByKey(node);
     return node;
 }
 
@@ -110,7 +109,7 @@ Node OrvoTreeNode::add(Node node, const char* separators) {
 }
 
 void OrvoTreeNode::insert(int index, Node node) {
-    if (node) listFor(*node).insert(static_cast<std::size_t>(index), node);
+    if (node) list().insert(static_cast<std::size_t>(index), node);
 }
 
 void OrvoTreeNode::erase(int index) {
@@ -190,10 +189,7 @@ Node OrvoTreeNode::addAs(const string& key, Node node) {
     return add(std::move(node));
 }
 
-/// The list that a child is about to come into.
-ChildList& OrvoTreeNode::listFor(OrvoTreeNode& child) {
-    if (!child.m_isChild.load(std::memory_order_relaxed))
-        child.m_isChild.store(true, std::memory_order_relaxed);
+ChildList& OrvoTreeNode::list() {
     if (!m_children) m_children = std::make_unique<ChildList>();
     return *m_children;
 }

@@ -56,7 +56,6 @@ private:
 }  // namespace
 
 void releaseChildren(const OrvoTreeNode& node, std::unique_ptr<ChildList> children) noexcept {
-    if (!children) return;
     try {
         TreeRelease* const running = TreeRelease::running();
         if (running && running->isGivingUp(node)) {

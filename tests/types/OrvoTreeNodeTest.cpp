@@ -331,6 +331,42 @@ TEST(OrvoTreeNodeTest, holdsAHundredThousandChildrenAddedInAnyOrder) {
     }
 }
 
+TEST(OrvoTreeNodeTest, findsAHundredThousandChildrenWhileTheirKeysChange) {
+    constexpr int count = 100000;
+    OrvoTreeNode root;
+    std::vector<Node> nodes;
+    for (int i = 0; i < count; ++i) nodes.push_back(root.add(make(std::to_string(count + i))));
+    for (int i = 0; i < count; ++i) {
+        Node& node = nodes[static_cast<std::size_t>(i)];
+        const string key = node->getKey() + "x";
+        node->setKey(key);
+        ASSERT_EQ(node, root.getNode(key));
+    }
+    EXPECT_EQ(nullptr, root.getNode(std::to_string(count)));
+}
+
+TEST(OrvoTreeNodeTest, forgetsTheParentsThatANodeHasLeft) {
+    const Node node = make("b");
+    {
+        OrvoTreeNode first;
+        addAll(first, {"a", "c"});
+        first.add(node);
+        node->setKey("bb");
+        EXPECT_EQ(node, first.getNode("bb"));
+        first.erase("bb");
+        node->setKey("x");
+        EXPECT_THAT(keysOf(first), ElementsAre("a", "c"));
+        first.add(node);
+    }
+    node->setKey("y");
+    OrvoTreeNode second;
+    second.add(node);
+    second.add(node);
+    node->setKey("z");
+    second.erase(0);
+    EXPECT_EQ(node, second.getNode("z"));
+}
+
 TEST(OrvoTreeNodeTest, isReadByThreadsAtTheSameTime) {
     OrvoTreeNode root;
     for (int i = 0; i < 2000; ++i) root.add(make(std::to_string(i)));
