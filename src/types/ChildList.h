@@ -12,8 +12,7 @@
 namespace OrvoSupport {
 
 /// A sequence of nodes, in blocks so that an insertion moves few of them. While the keys are in order a
-/// search halves; the list finds out itself whether they are, since anybody who has a child may change its
-/// key.
+/// search halves. Since anybody who has a child may change its key, each node knows the list that it is in.
 ///
 /// Thread safety: as a standard container's.
 class ChildList {
