@@ -75,7 +75,8 @@ public:
 
     /// Tells every dependent in turn, on the calling thread and without holding the lock meanwhile. One that
     /// is added during the round is told in the same round; a removal moves the later ones up by one, so that
-    /// the round may miss the one behind it. What a handler throws reaches the caller, and the round ends.
+    /// the round may miss the one behind it. What a handler throws reaches the caller, and the round ends; so
+    /// does one whose handler destroys the collaborator.
     virtual void notify(const OrvoNotification& note);
 
 private:
@@ -114,7 +115,8 @@ public:
 
     /// Tells the dependents, then signals: one waiter is released, now or when it comes. When there is no
     /// memory for the notification it only signals. When a handler throws, the notification is destroyed, the
-    /// event is not signalled and the exception passes on.
+    /// event is not signalled and the exception passes on. A handler may destroy the event: then it ends
+    /// there, and deletes the notification without asking the event.
     virtual void set();
     /// Makes it not signalled; tells nobody.
     virtual void reset();
@@ -141,7 +143,7 @@ protected:
     virtual void destroyNotification(OrvoNotification* notification);
 
 private:
-    void tellDependents();
+    bool tellDependents();
 
     OrvoCollaborator m_collaborator;
     void** m_handle;

@@ -17,6 +17,7 @@
 #include "OrvoProperties.h"
 #include "OrvoString.h"
 #include "OrvoThread.h"
+#include "OrvoTimer.h"
 #include "OrvoTreeNode.h"
 #include "OrvoUtilities.h"
 #include "OrvoVersion.h"

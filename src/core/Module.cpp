@@ -6,6 +6,7 @@
 #include "OrvoCriticalSection.h"
 #include "OrvoObjectFactory.h"
 #include "core/ObjectLock.h"
+#include "threads/OrvoTimerManager.h"
 
 namespace {
 
@@ -40,6 +41,7 @@ void Module::termGlobals() {
     // Whatever still releases counted objects or creates locks while it is destroyed goes before the lock.
     OrvoSupport::OrvoObjectFactory::deleteGlobalInstance();
     exit();
+    OrvoSupport::OrvoTimerManager::deleteInstance();
     exit();
     exit();
     delete theObjectLock.exchange(nullptr);

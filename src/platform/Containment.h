@@ -16,6 +16,16 @@ bool contain(Action&& action) {
     return contain([](void* call) { (*static_cast<std::remove_reference_t<Action>*>(call))(); }, &action);
 }
 
+/// Calls action(argument). An exception that comes out of it ends the process; the unwinding of cancellation
+/// passes through.
+void endProcessOnException(void (*action)(void*), void* argument);
+
+template <class Action>
+void endProcessOnException(Action&& action) {
+    endProcessOnException([](void* call) { (*static_cast<std::remove_reference_t<Action>*>(call))(); },
+                          &action);
+}
+
 }  // namespace OrvoSupport::platform
 
 #endif

@@ -2,6 +2,7 @@
 #include <array>
 
 #include "OrvoEvent.h"
+#include "threads/NotificationRound.h"
 
 namespace OrvoSupport {
 
@@ -34,7 +35,7 @@ OrvoDependent::~OrvoDependent() = default;
 void OrvoDependent::handleNotification(OrvoCollaborator&, const OrvoNotification&) {}
 
 OrvoCollaborator::OrvoCollaborator() = default;
-OrvoCollaborator::~OrvoCollaborator() = default;
+OrvoCollaborator::~OrvoCollaborator() { NotificationRound::sourceGoes(*this); }
 
 void OrvoCollaborator::addDependent(OrvoDependent& dependent) {
     OrvoCriticalSection guard(m_lock);
@@ -71,8 +72,10 @@ void OrvoCollaborator::notify(const OrvoNotification& note) {
             copy[i - first] = m_dependents[i];
     };
     copyFrom(0);
+    const NotificationRound round(*this);
     for (std::size_t i = 0; i < count;) {
         copy[i - first]->handleNotification(*this, note);
+        if (round.sourceIsGone()) return;
         ++i;
         if (m_changes != changes || i - first == copy.size()) copyFrom(i);
     }

@@ -4,6 +4,7 @@
 #include <typeinfo>
 
 #include "platform/Event.h"
+#include "threads/NotificationRound.h"
 #include "threads/WaitForSeveral.h"
 
 namespace OrvoSupport {
@@ -26,7 +27,7 @@ void OrvoEvent::removeDependent(OrvoDependent& dependent) { m_collaborator.remov
 
 void OrvoEvent::set() {
     if (!m_handle) return;
-    tellDependents();
+    if (!tellDependents()) return;
     platform::setEvent(*m_handle);  // the last step: a waiter may destroy the event as soon as it is released
 }
 
@@ -36,7 +37,7 @@ void OrvoEvent::reset() {
 
 void OrvoEvent::pulse() {
     if (!m_handle) return;
-    tellDependents();
+    if (!tellDependents()) return;
     platform::pulseEvent(*m_handle);
 }
 
@@ -68,19 +69,28 @@ OrvoNotification* OrvoEvent::createNotification() { return new (std::nothrow) Or
 
 void OrvoEvent::destroyNotification(OrvoNotification* notification) { delete notification; }
 
-void OrvoEvent::tellDependents() {
+/// False when one of those who were told has destroyed the event.
+bool OrvoEvent::tellDependents() {
     // Most events have no dependents, and nothing is overridden in one of this very class: nobody would see
     // the notification. Addresses are compared since classes of hosts without type information have none.
-    if (m_collaborator.m_count == 0 && &typeid(*this) == &typeid(OrvoEvent)) return;
+    if (m_collaborator.m_count == 0 && &typeid(*this) == &typeid(OrvoEvent)) return true;
 
+    const NotificationRound round(m_collaborator);
     OrvoNotification* const notification = createNotification();
+    const auto destroy = [&] {
+        if (round.sourceIsGone())
+            delete notification;
+        else
+            destroyNotification(notification);
+    };
     try {
         if (notification) m_collaborator.notify(*notification);
     } catch (...) {
-        destroyNotification(notification);
+        destroy();
         throw;
     }
-    destroyNotification(notification);
+    destroy();
+    return !round.sourceIsGone();
 }
 
 }  // namespace OrvoSupport

@@ -3,6 +3,8 @@
 
 #include <cxxabi.h>
 
+#include <exception>
+
 namespace OrvoSupport::platform {
 
 bool contain(void (*action)(void*), void* argument) {
@@ -14,6 +16,16 @@ bool contain(void (*action)(void*), void* argument) {
         return false;
     }
     return true;
+}
+
+void endProcessOnException(void (*action)(void*), void* argument) {
+    try {
+        action(argument);
+    } catch (abi::__forced_unwind&) {
+        throw;
+    } catch (...) {
+        std::terminate();  // here, where it still says which exception it was
+    }
 }
 
 }  // namespace OrvoSupport::platform

@@ -57,7 +57,15 @@ void closeThread(Thread* thread) noexcept {
     if (thread) drop(static_cast<Win32Thread*>(thread));
 }
 
+void announceReturn() noexcept {}
 void waitForLeavingThreads() noexcept {}
-bool otherThreadsAreGone() noexcept { return false; }
+
+bool otherThreadsAreGone() noexcept {
+    using Query = BOOLEAN(WINAPI*)();
+    const HMODULE ntdll = ::GetModuleHandleA("ntdll.dll");
+    const auto query = reinterpret_cast<Query>(
+        reinterpret_cast<void (*)()>(::GetProcAddress(ntdll, "RtlDllShutdownInProgress")));
+    return query && query();
+}
 
 }  // namespace OrvoSupport::platform
