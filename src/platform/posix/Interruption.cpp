@@ -125,7 +125,9 @@ void Interruption::resume() noexcept {
     do {
         if (stops(word) == 0) return;
     } while (!m_word.compare_exchange_weak(word, word - oneStop));
-    if (stops(word) == 1) wakeAll(m_word);
+    if (stops(word) != 1) return;
+    tellOrder(this);
+    wakeAll(m_word);
 }
 
 void Interruption::end() noexcept {
@@ -135,6 +137,7 @@ void Interruption::end() noexcept {
         blockSignals();
         endThisThreadOutright();
     }
+    tellOrder(this);
     if (before & standing) wakeAll(m_word);
     callUntil([](std::uint32_t now) { return now & closed; });
 }
@@ -155,6 +158,7 @@ void Interruption::callUntil(const Done& done) noexcept {
         if (word & opened) call();
         sleepWhile(m_word, word, pause);
     }
+    tellOrder(this);
 }
 
 void Interruption::call() noexcept {
@@ -204,21 +208,22 @@ void Interruption::attendNow() noexcept {
 
 /// On the thread itself, with all signals blocked: does what others want of it.
 void Interruption::attend() noexcept {
+    beginUnwatched(this);
     m_insisting = false;
     m_refusals = 0;
     m_called = false;
-    for (std::uint32_t word = m_word;; word = m_word) {
-        if (word & closed) return;
+    for (std::uint32_t word = m_word; !(word & closed); word = m_word) {
         if (word & ending) endThisThreadOutright();
         const bool stands = word & standing;
         if (stops(word) > 0 && stands) {
             sleepWhile(m_word, word, forEver);
         } else if (stops(word) == 0 && !stands) {
-            return;
+            break;
         } else if (m_word.compare_exchange_strong(word, word ^ standing)) {
             if (!stands) wakeAll(m_word);
         }
     }
+    endUnwatched(this);
 }
 
 void Interruption::moveToChild() noexcept { m_threadId = ::gettid(); }

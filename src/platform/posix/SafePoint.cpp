@@ -11,6 +11,8 @@
 #include <array>
 #include <cstddef>
 
+#include "platform/posix/Sanitizers.h"
+
 namespace OrvoSupport::platform {
 namespace {
 
@@ -70,10 +72,10 @@ bool sleepsInSystemCall(const greg_t* registers, bool stoodThereBefore) {
     const auto code = static_cast<std::uintptr_t>(registers[REG_RIP]);
     const long result = registers[REG_RAX];
     if (result == -EINTR && isSystemCall(code - 2)) return true;
-    // A call that is about to begin anew looks like one that has not begun yet, which is no sleep; a second
-    // look tells.
-    if (!isSystemCall(code)) return false;
-    return result == SYS_futex ? waitsForFutex(registers[REG_RSI]) : stoodThereBefore && mayWait(result);
+    // A call that is about to begin anew looks like one that has not begun yet, which is no sleep, and
+    // waiting for a lock of the C library takes but a moment; a second look tells.
+    if (!stoodThereBefore || !isSystemCall(code)) return false;
+    return result == SYS_futex ? waitsForFutex(registers[REG_RSI]) : mayWait(result);
 }
 
 #endif
@@ -81,7 +83,8 @@ bool sleepsInSystemCall(const greg_t* registers, bool stoodThereBefore) {
 }  // namespace
 
 void findCriticalCode() noexcept {
-    criticalCount = 0;
+    findSanitizerCode(critical[0].begin, critical[0].end);
+    criticalCount = 1;
     ::dl_iterate_phdr(addCriticalCode, nullptr);
 }
 

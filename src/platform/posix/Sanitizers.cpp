@@ -2,10 +2,18 @@
 
 #ifdef OSUPT_THREAD_SANITIZER
 
+#include <sanitizer/tsan_interface.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cstdint>
+
+extern "C" {
+void AnnotateIgnoreReadsBegin(const char* file, int line);
+void AnnotateIgnoreReadsEnd(const char* file, int line);
+void AnnotateIgnoreWritesBegin(const char* file, int line);
+void AnnotateIgnoreWritesEnd(const char* file, int line);
+}
 
 namespace OrvoSupport::platform {
 namespace {
@@ -25,6 +33,23 @@ void deliverAtOnce(int signal, void (*handler)(int, siginfo_t*, void*)) noexcept
     if (::syscall(SYS_rt_sigaction, signal, nullptr, &action, sizeof action.mask) != 0) return;
     action.handler = handler;
     ::syscall(SYS_rt_sigaction, signal, &action, nullptr, sizeof action.mask);
+}
+
+void beginUnwatched(void* order) noexcept {
+    tellOrder(order);
+    AnnotateIgnoreReadsBegin(__FILE__, __LINE__);
+    AnnotateIgnoreWritesBegin(__FILE__, __LINE__);
+}
+
+void endUnwatched(void* order) noexcept {
+    AnnotateIgnoreWritesEnd(__FILE__, __LINE__);
+    AnnotateIgnoreReadsEnd(__FILE__, __LINE__);
+    tellOrder(order);
+}
+
+void tellOrder(void* order) noexcept {
+    __tsan_acquire(order);
+    __tsan_release(order);
 }
 
 }  // namespace OrvoSupport::platform

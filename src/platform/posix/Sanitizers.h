@@ -4,6 +4,8 @@
 
 #include <signal.h>
 
+#include <cstdint>
+
 #if defined(__has_feature)
 #if __has_feature(thread_sanitizer)
 #define OSUPT_THREAD_SANITIZER 1
@@ -12,8 +14,12 @@
 #define OSUPT_THREAD_SANITIZER 1
 #endif
 
-// Found at run time in whatever program has it.
-extern "C" __attribute__((weak)) void __asan_handle_no_return();
+// Found at run time in whatever program has them.
+extern "C" {
+__attribute__((weak)) void __asan_handle_no_return();
+__attribute__((weak)) int __sanitizer_get_ownership(const volatile void* memory);
+__attribute__((weak)) void __lsan_do_leak_check();
+}
 
 namespace OrvoSupport::platform {
 
@@ -24,10 +30,26 @@ constexpr bool joinsThreadsEndedOutright = false;
 /// There, a handler waits until its thread makes a call that is watched; this puts the handler itself in
 /// place.
 void deliverAtOnce(int signal, void (*handler)(int, siginfo_t*, void*)) noexcept;
+
+/// In a handler that interrupts a call that is watched, atomic operations order nothing there: what such a
+/// handler accesses is not to be watched either, and who comes before whom is told on this object.
+void beginUnwatched(void* order) noexcept;
+void endUnwatched(void* order) noexcept;
+void tellOrder(void* order) noexcept;
 #else
 constexpr bool joinsThreadsEndedOutright = true;
 inline void deliverAtOnce(int, void (*)(int, siginfo_t*, void*)) noexcept {}
+inline void beginUnwatched(void*) noexcept {}
+inline void endUnwatched(void*) noexcept {}
+inline void tellOrder(void*) noexcept {}
 #endif
+
+/// Where the allocator of the address sanitizer lies, also when it is linked into the program. Both are 0
+/// where there is none.
+inline void findSanitizerCode(std::uintptr_t& begin, std::uintptr_t& end) noexcept {
+    begin = reinterpret_cast<std::uintptr_t>(&__sanitizer_get_ownership);
+    end = reinterpret_cast<std::uintptr_t>(&__lsan_do_leak_check);
+}
 
 /// The calling thread leaves its whole stack without returning from anything.
 inline void forgetStackOfThisThread() noexcept {

@@ -26,7 +26,6 @@ PosixThread& posix(Thread& thread) { return static_cast<PosixThread&>(thread); }
 /// The last that the calling thread does for the library.
 void leave(PosixThread& thread) {
     setLeaving(thread);
-    joinEndedThreads(few);  // so that of many that leave at once only the last ones are left
     thread.interruption.close();
     thread.ended.signal();
 }
@@ -34,7 +33,11 @@ void leave(PosixThread& thread) {
 void* threadMain(void* argument) {
     struct Stay {
         PosixThread& thread;
-        ~Stay() { leave(thread); }  // also when the C library ends the thread
+        // Also when the C library ends the thread.
+        ~Stay() {
+            joinEndedThreads(few);  // so that of many that leave at once only the last ones are left
+            leave(thread);
+        }
     } const stay{*static_cast<PosixThread*>(argument)};
     threadOfLibrary = &stay.thread;
     stay.thread.interruption.open();
@@ -71,8 +74,8 @@ void endThisThreadOutright() noexcept {
     thread.endedOutright = true;
     leaveWaitQueues();
     leave(thread);
-    forgetThreadSpecificData();
     forgetStackOfThisThread();
+    forgetThreadSpecificData();
     for (;;) ::syscall(SYS_exit, 0);
 }
 
