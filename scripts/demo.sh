@@ -69,9 +69,9 @@ demo() {
     result=0
     if [ -n "$windows" ]; then
         OSUPT_WINEPREFIX=$root/build/demo-$preset/wine "$root/cmake/run-wine.sh" "$bin/dropfolder.exe" run \
-            "--config=Z:$out/dropfolder.properties" || result=$?
+            --once "--config=Z:$out/dropfolder.properties" || result=$?
     else
-        "$bin/dropfolder" run "--config=$out/dropfolder.properties" || result=$?
+        "$bin/dropfolder" run --once "--config=$out/dropfolder.properties" || result=$?
     fi
 
     [ "$result" -lt 2 ] || fail "dropfolder could not work (exit code $result)"

@@ -1,134 +1,168 @@
-// The sample host from end to end, as the program a user starts.
-#include <gtest/gtest.h>
+// The sample host from end to end, as the program a user starts: one pass over a folder.
+#include "DropfolderFixture.h"
 
-#include <filesystem>
-
-#include "support/ChildProcess.h"
-#include "support/TempFolder.h"
-
+namespace dropfolder_test {
 namespace {
 
-namespace fs = std::filesystem;
-using testing_support::ChildProcess;
-using testing_support::Command;
-using testing_support::readFile;
-using testing_support::TempFolder;
-using testing_support::writeFile;
-
-const std::string suffix = fs::path(testing_support::programPath()).extension().string();
-
-std::string programBesideThis(const std::string& name) {
-    return (fs::path(testing_support::programPath()).parent_path() / (name + suffix)).string();
-}
-
-class DropfolderTest : public testing::Test {
-protected:
-    DropfolderTest() { fs::create_directory(m_inbox); }
-
-    void configure(const std::string& more = "") {
-        writeFile(m_folder.file("settings"), "watch=" + m_inbox + "\ncommand=\"" +
-                                                 programBesideThis("inspect") +
-                                                 "\" <FILE>\nlog=" + m_folder.file("agent") + "\n" + more);
-    }
-
-    int run() {
-        ChildProcess process(
-            Command{programBesideThis("dropfolder"), {"run", "--config=" + m_folder.file("settings")}});
-        const int exitCode = process.wait(60);
-        m_output = process.output();
-        return exitCode;
-    }
-
-    /// The file's only copy below done/<date>/, or an empty path.
-    fs::path done(const std::string& name) {
-        for (const auto& day : fs::directory_iterator(m_inbox + "/done"))
-            if (fs::exists(day.path() / name)) return day.path() / name;
-        return {};
-    }
-
-    std::string logText() { return readFile(m_folder.file("agent.log")); }
-
-    TempFolder m_folder;
-    const std::string m_inbox = m_folder.file("inbox");
-    std::string m_output;
-};
+using DropfolderTest = DropfolderFixture;
 
 TEST_F(DropfolderTest, filesAwayWhatTheCommandAccepted) {
     configure();
-    writeFile(m_inbox + "/plain.txt", "text\n");
-    writeFile(m_inbox + "/with blanks & dots.tar.gz", "more\n");
+    drop("plain.txt", "text\n");
+    drop("with blanks & dots.tar.gz", "more\n");
 
-    EXPECT_EQ(0, run()) << m_output;
+    EXPECT_EQ(0, runOnce()) << m_output;
     EXPECT_EQ("text\n", readFile(done("plain.txt").string()));
     EXPECT_EQ("more\n", readFile(done("with blanks & dots.tar.gz").string()));
-    EXPECT_FALSE(fs::exists(m_inbox + "/plain.txt"));
-    EXPECT_NE(std::string::npos, logText().find("2 done, 0 failed, 0 left"));
+    EXPECT_FALSE(waits("plain.txt"));
+    EXPECT_TRUE(logHas("2 done, 0 failed, 0 left"));
 }
 
 TEST_F(DropfolderTest, putsWhatTheCommandRefusedIntoFailed) {
     configure();
-    writeFile(m_inbox + "/empty.txt", "");
+    drop("empty.txt", "");
 
-    EXPECT_EQ(1, run());
-    EXPECT_TRUE(fs::exists(m_inbox + "/failed/empty.txt"));
-    EXPECT_NE(std::string::npos, logText().find("exit code 1 of"));
+    EXPECT_EQ(1, runOnce());
+    EXPECT_TRUE(fs::exists(failed("empty.txt")));
+    EXPECT_TRUE(logHas("exit code 1 of"));
+}
+
+TEST_F(DropfolderTest, putsWhatHasNoCommandToRunIntoFailed) {
+    configure("command=there-is-no-such-program <FILE>\n");
+    drop("a.txt");
+
+    EXPECT_EQ(1, runOnce());
+    EXPECT_TRUE(fs::exists(failed("a.txt")));
+    EXPECT_TRUE(logHas("cannot start there-is-no-such-program"));
 }
 
 TEST_F(DropfolderTest, takesOnlyFilesThatMatch) {
     configure("pattern=*.csv\n");
-    writeFile(m_inbox + "/a.csv", "1\n");
-    writeFile(m_inbox + "/b.txt", "2\n");
+    drop("a.csv");
+    drop("b.txt");
     fs::create_directory(m_inbox + "/folder.csv");
 
-    EXPECT_EQ(0, run()) << m_output;
+    EXPECT_EQ(0, runOnce()) << m_output;
     EXPECT_FALSE(done("a.csv").empty());
-    EXPECT_TRUE(fs::exists(m_inbox + "/b.txt"));
+    EXPECT_TRUE(waits("b.txt"));
     EXPECT_TRUE(fs::is_directory(m_inbox + "/folder.csv"));
 }
 
 TEST_F(DropfolderTest, neverOverwritesAnEarlierFileOfTheSameName) {
     configure();
-    writeFile(m_inbox + "/a.txt", "first\n");
-    run();
-    writeFile(m_inbox + "/a.txt", "second\n");
-    run();
+    drop("a.txt", "first\n");
+    runOnce();
+    drop("a.txt", "second\n");
+    runOnce();
 
     EXPECT_EQ("first\n", readFile(done("a.txt").string()));
     EXPECT_EQ("second\n", readFile(done("a.txt.2").string()));
 }
 
-TEST_F(DropfolderTest, doesNotRunAFileTwiceThatAnEarlierRunLeftUnfinished) {
-    configure();
-    const std::string unfinished = m_inbox + "/work";
-    fs::create_directory(unfinished);
-    writeFile(unfinished + "/half.txt", "text\n");
+TEST_F(DropfolderTest, filesAwayWhatTheCommandMadeBesideTheFile) {
+    // The folder of the first file that a first run works on is known, so the notes go there.
+    configure("command=\"" + programBesideThis("note-run") + "\" \"" + m_inbox + "/work/1/1\" <FILE> 0\n");
+    drop("a.txt");
 
-    EXPECT_EQ(1, run());
-    EXPECT_TRUE(fs::exists(m_inbox + "/failed/half.txt"));
-    EXPECT_NE(std::string::npos, logText().find("half.txt: an earlier run was cut short"));
+    EXPECT_EQ(0, runOnce()) << m_output;
+    EXPECT_FALSE(done("a.txt").empty());
+    EXPECT_FALSE(done("a.txt.1").empty());
+    EXPECT_TRUE(fs::is_empty(m_inbox + "/work/1"));
+}
+
+TEST_F(DropfolderTest, endsACommandThatTakesTooLong) {
+    configure(waitingCommand() + "timeout=1\n");
+    drop("slow.txt");
+
+    EXPECT_EQ(1, runOnce());
+    EXPECT_TRUE(fs::exists(failed("slow.txt")));
+    EXPECT_TRUE(logHas("ended after 1 seconds: "));
+    EXPECT_EQ(1, runs("slow.txt"));
+}
+
+TEST_F(DropfolderTest, leavesACommandAloneThatIsInTime) {
+    configure(noteCommand("10") + "timeout=600\n");
+    drop("quick.txt");
+    EXPECT_EQ(0, runOnce()) << m_output;
+    EXPECT_FALSE(done("quick.txt").empty());
+}
+
+TEST_F(DropfolderTest, doesNotRunAFileAgainThatAKilledRunLeftUnfinished) {
+    configure(noteCommand());
+    for (const char* place : {"1/1", "1/7", "3/1"}) fs::create_directories(m_inbox + "/work/" + place);
+    writeFile(m_inbox + "/work/3.lock", "");
+    writeFile(m_inbox + "/work/1/7/half.txt", "text\n");
+    writeFile(m_inbox + "/work/3/1/other.txt", "text\n");
+    writeFile(m_inbox + "/work/3/1/other.txt.gz", "packed\n");
+
+    EXPECT_EQ(1, runOnce());
+    for (const char* name : {"half.txt", "other.txt", "other.txt.gz"}) {
+        EXPECT_TRUE(fs::exists(failed(name))) << name;
+        EXPECT_TRUE(logHas(name + std::string(": an earlier run was cut short"))) << name;
+    }
+    EXPECT_TRUE(logHas("0 done, 2 failed, 0 left"));
+    EXPECT_EQ(0u, allRuns());
+    EXPECT_TRUE(fs::is_empty(m_inbox + "/work/3"));
 }
 
 TEST_F(DropfolderTest, writesTheSameRecordsToTheLogAndToStandardOutput) {
     configure();
-    EXPECT_EQ(0, run());
+    EXPECT_EQ(0, runOnce());
     EXPECT_NE("", logText());
     EXPECT_NE(std::string::npos, m_output.find(logText()));
 }
 
 TEST_F(DropfolderTest, namesWhatIsWrongWithItsSettings) {
-    writeFile(m_folder.file("settings"), "watch=" + m_inbox + "\n");
-    EXPECT_EQ(2, run());
-    EXPECT_NE(std::string::npos, m_output.find("lacks the setting command")) << m_output;
+    struct Case {
+        const char* settings;
+        const char* message;
+    };
+    const Case cases[] = {
+        {"command=\n", "lacks the setting command"},
+        {"watch=\n", "lacks the setting watch"},
+        {"level=high\n", "level must be a number from 0 to 9, not high"},
+        {"interval=0\n", "interval must be a number from 1 to 86400, not 0"},
+        {"interval=1.5\n", "interval must be a number from 1 to 86400, not 1.5"},
+        {"workers=65\n", "workers must be a number from 1 to 64, not 65"},
+        {"workers=\n", "workers must be a number from 1 to 64, not "},
+        {"timeout=-1\n", "timeout must be a number from 0 to 604800, not -1"},
+        {"log=<nothing>\n", "in the setting log: "},
+        {"log=<a>/log\na=<b>\nb=x<a>\n", "the setting a refers to itself"},
+        {"timeout=99999999999999999999\n", "timeout must be a number from 0 to 604800"},
+    };
+    for (const Case& c : cases) {
+        configure(c.settings);
+        EXPECT_EQ(2, runOnce()) << c.settings;
+        EXPECT_NE(std::string::npos, m_output.find(c.message)) << m_output;
+    }
+    fs::remove(m_folder.file("settings"));
+    EXPECT_EQ(2, runOnce());
+    EXPECT_NE(std::string::npos, m_output.find("cannot read the property file")) << m_output;
+}
 
-    configure("level=high\n");
-    EXPECT_EQ(2, run());
-    EXPECT_NE(std::string::npos, m_output.find("level must be a number from 0 to 9")) << m_output;
+TEST_F(DropfolderTest, expandsReferencesToOtherSettings) {
+    configure("kind=csv\nready=ready.<kind>\npattern=*.<ready>\nhow=\"" + programBesideThis("inspect") +
+              "\"\ncommand=<how> <FILE>\n");
+    drop("a.ready.csv");
+    drop("b.csv");
+    EXPECT_EQ(0, runOnce()) << m_output;
+    EXPECT_FALSE(done("a.ready.csv").empty());
+    EXPECT_TRUE(waits("b.csv"));
+}
+
+TEST_F(DropfolderTest, saysWhichFolderItCannotMake) {
+    writeFile(m_folder.file("file"), "");
+    configure("watch=" + m_folder.file("file") + "\n");
+    EXPECT_EQ(2, runOnce());
+    EXPECT_NE(std::string::npos, m_output.find("cannot make the folder " + m_folder.file("file")))
+        << m_output;
 }
 
 TEST_F(DropfolderTest, showsItsUsageWhenCalledWrongly) {
-    ChildProcess process(Command{programBesideThis("dropfolder"), {"run", "--nonsense"}});
-    EXPECT_EQ(2, process.wait(60));
-    EXPECT_NE(std::string::npos, process.output().find("dropfolder run [--config=FILE]"));
+    const auto process = start({"run", "--nonsense"});
+    EXPECT_EQ(2, process->wait(60));
+    EXPECT_NE(std::string::npos, process->output().find("Unrecognized option: --nonsense"));
 }
 
 }  // namespace
+}  // namespace dropfolder_test

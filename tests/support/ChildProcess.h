@@ -37,6 +37,8 @@ public:
     /// killed then), 128 plus the signal when a signal ended it.
     int wait(int limitSeconds = 60);
     bool running();
+    /// The system's number of the process.
+    long id() const;
     /// Ends it at once, the way kill -9 and TerminateProcess do.
     void kill();
     /// All it has written so far, as bytes (Windows programs end their lines with CR LF).

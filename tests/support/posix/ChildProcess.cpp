@@ -59,6 +59,8 @@ ChildProcess::~ChildProcess() {
 
 bool ChildProcess::running() { return !m_impl->poll(); }
 
+long ChildProcess::id() const { return m_impl->pid; }
+
 int ChildProcess::wait(int limitSeconds) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(limitSeconds);
     while (!m_impl->poll()) {

@@ -64,6 +64,8 @@ bool ChildProcess::running() {
     return m_impl->process && ::WaitForSingleObject(m_impl->process, 0) == WAIT_TIMEOUT;
 }
 
+long ChildProcess::id() const { return static_cast<long>(::GetProcessId(m_impl->process)); }
+
 int ChildProcess::wait(int limitSeconds) {
     if (!m_impl->process) return 121;
     if (::WaitForSingleObject(m_impl->process, static_cast<DWORD>(limitSeconds) * 1000) != WAIT_OBJECT_0) {

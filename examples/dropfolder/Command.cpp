@@ -1,0 +1,49 @@
+#include "Command.h"
+
+#include "Log.h"
+#include "Program.h"
+
+namespace dropfolder {
+namespace {
+
+/// `path` as one argument of a command line, whatever it holds.
+std::string quoted(const std::string& path) {
+    std::string text = "\"";
+    std::size_t backslashes = 0;
+    for (const char c : path) {
+        if (c == '"') text.append(backslashes + 1, '\\');
+        backslashes = c == '\\' ? backslashes + 1 : 0;
+        text += c;
+    }
+    return text.append(backslashes, '\\') + '"';
+}
+
+}  // namespace
+
+std::string commandLine(const std::string& command, const std::string& path) {
+    static const std::string placeholder = "<FILE>";
+    const std::string argument = quoted(path);
+    std::size_t at = command.find(placeholder);
+    if (at == std::string::npos) return command + " " + argument;
+
+    std::string line = command;
+    for (; at != std::string::npos; at = line.find(placeholder, at + argument.size()))
+        line.replace(at, placeholder.size(), argument);
+    return line;
+}
+
+bool runCommand(const std::string& line, int limitSeconds) {
+    log(4) << "run " << line << endrecord;
+    const ProgramEnd end = runProgram(line, limitSeconds);
+    switch (end.how) {
+        case ProgramEnd::notStarted: log(2) << "cannot start " << line << endrecord; return false;
+        case ProgramEnd::outOfTime:
+            log(2) << "ended after " << limitSeconds << " seconds: " << line << endrecord;
+            return false;
+        case ProgramEnd::ended: break;
+    }
+    if (end.exitCode != 0) log(2) << "exit code " << end.exitCode << " of " << line << endrecord;
+    return end.exitCode == 0;
+}
+
+}  // namespace dropfolder

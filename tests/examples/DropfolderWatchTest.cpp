@@ -1,0 +1,80 @@
+// The sample host that watches its folder until it is told to stop.
+#include "DropfolderFixture.h"
+#include "OtherProcess.h"
+
+namespace dropfolder_test {
+namespace {
+
+using DropfolderWatchTest = DropfolderFixture;
+
+TEST_F(DropfolderWatchTest, takesFilesThatComeLater) {
+    configure();
+    const auto process = watch();
+    for (const char* name : {"first.txt", "second.txt"}) {
+        drop(name);
+        EXPECT_TRUE(eventually([&] { return !done(name).empty(); })) << process->output();
+    }
+    EXPECT_TRUE(process->running());
+}
+
+TEST_F(DropfolderWatchTest, recoversWhatAnotherOneLeavesMeanwhile) {
+    configure(waitingCommand());
+    drop("a.txt");
+    const auto victim = start({"run", "--once"});
+    EXPECT_TRUE(eventually([&] { return runs("a.txt") == 1; }));
+
+    configure(noteCommand() + "log=" + m_folder.file("second") + "\n");
+    const auto process = watch();
+    drop("b.txt");
+    EXPECT_TRUE(eventually([&] { return !done("b.txt").empty(); }));
+    EXPECT_FALSE(fs::exists(failed("a.txt")));
+
+    victim->kill();
+    EXPECT_TRUE(eventually([&] { return fs::exists(failed("a.txt")); }));
+    go();
+    EXPECT_NE(std::string::npos, process->output().find("a.txt: an earlier run was cut short"));
+    EXPECT_EQ(1, runs("a.txt"));
+}
+
+class DropfolderStopTest : public DropfolderFixture, public testing::WithParamInterface<Stop> {
+protected:
+    DropfolderStopTest() { prepareToStop(); }
+};
+
+TEST_P(DropfolderStopTest, finishesWhatRunsAndLeavesTheRest) {
+    configure(waitingCommand() + "workers=1\n");
+    for (const char* name : {"a.txt", "b.txt", "c.txt"}) drop(name);
+    const auto process = watch();
+    EXPECT_TRUE(eventually([&] { return allRuns() == 1; })) << process->output();
+    if (!stop(*process, GetParam())) GTEST_SKIP() << "the system does not send this one (Wine: Ctrl+Break)";
+    EXPECT_TRUE(eventually([&] { return logHas("takes no more files"); }));
+    EXPECT_TRUE(process->running());
+    go();
+
+    EXPECT_EQ(0, process->wait()) << process->output();
+    EXPECT_EQ(1u, doneCount());
+    EXPECT_EQ(1u, allRuns());
+    EXPECT_EQ(2, waits("a.txt") + waits("b.txt") + waits("c.txt"));
+    EXPECT_TRUE(logHas("1 done, 0 failed, 0 left"));
+}
+
+TEST_P(DropfolderStopTest, endsAPassEarly) {
+    configure(waitingCommand() + "workers=2\n");
+    for (const char* name : {"a.txt", "b.txt", "c.txt"}) drop(name);
+    const auto process = start({"run", "--once"});
+    EXPECT_TRUE(eventually([&] { return allRuns() == 2; })) << process->output();
+    if (!stop(*process, GetParam())) GTEST_SKIP() << "the system does not send this one (Wine: Ctrl+Break)";
+    EXPECT_TRUE(eventually([&] { return logHas("takes no more files"); }));
+    go();
+
+    EXPECT_EQ(0, process->wait()) << process->output();
+    EXPECT_EQ(2u, doneCount());
+}
+
+INSTANTIATE_TEST_SUITE_P(EachWay, DropfolderStopTest, testing::Values(Stop::interrupt, Stop::terminate),
+                         [](const auto& how) {
+                             return how.param == Stop::interrupt ? "interrupt" : "terminate";
+                         });
+
+}  // namespace
+}  // namespace dropfolder_test

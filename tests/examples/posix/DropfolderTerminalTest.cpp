@@ -1,0 +1,39 @@
+// The sample host in a terminal, where Ctrl+C is meant for whoever is in the foreground.
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "../DropfolderFixture.h"
+
+namespace dropfolder_test {
+namespace {
+
+using DropfolderTerminalTest = DropfolderFixture;
+
+TEST_F(DropfolderTerminalTest, finishesWhatRunsAtCtrlC) {
+    configure(waitingCommand() + "workers=1\n");
+    drop("a.txt");
+    drop("b.txt");
+    const std::string program = programBesideThis("dropfolder");
+    const std::string settings = "--config=" + m_folder.file("settings");
+    int terminal = -1;
+    const pid_t pid = ::forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (pid == 0) {
+        ::execl(program.c_str(), program.c_str(), "run", settings.c_str(), nullptr);
+        ::_exit(121);
+    }
+    EXPECT_TRUE(eventually([&] { return allRuns() == 1; }));
+    EXPECT_EQ(1, ::write(terminal, "\003", 1));
+    EXPECT_TRUE(eventually([&] { return logHas("takes no more files"); }));
+    go();
+
+    int status = -1;
+    EXPECT_TRUE(eventually([&] { return ::waitpid(pid, &status, WNOHANG) == pid; }));
+    EXPECT_EQ(0, status);
+    EXPECT_FALSE(done("a.txt").empty());
+    EXPECT_TRUE(waits("b.txt"));
+    ::close(terminal);
+}
+
+}  // namespace
+}  // namespace dropfolder_test
