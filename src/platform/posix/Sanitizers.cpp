@@ -2,6 +2,7 @@
 
 #ifdef OSUPT_THREAD_SANITIZER
 
+#include <pthread.h>
 #include <sanitizer/tsan_interface.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -17,6 +18,20 @@ void AnnotateIgnoreWritesEnd(const char* file, int line);
 
 namespace OrvoSupport::platform {
 namespace {
+
+void lookAway() {
+    AnnotateIgnoreReadsBegin(__FILE__, __LINE__);
+    AnnotateIgnoreWritesBegin(__FILE__, __LINE__);
+}
+
+void lookAgain() {
+    AnnotateIgnoreWritesEnd(__FILE__, __LINE__);
+    AnnotateIgnoreReadsEnd(__FILE__, __LINE__);
+}
+
+// A child that tidies up after the threads of its parent seems to race with them, since the sanitizer hears
+// of the fork when that is done.
+[[maybe_unused]] const int forkHandlers = ::pthread_atfork(lookAway, lookAgain, nullptr);
 
 // As the kernel has it.
 struct KernelAction {
@@ -37,13 +52,11 @@ void deliverAtOnce(int signal, void (*handler)(int, siginfo_t*, void*)) noexcept
 
 void beginUnwatched(void* order) noexcept {
     tellOrder(order);
-    AnnotateIgnoreReadsBegin(__FILE__, __LINE__);
-    AnnotateIgnoreWritesBegin(__FILE__, __LINE__);
+    lookAway();
 }
 
 void endUnwatched(void* order) noexcept {
-    AnnotateIgnoreWritesEnd(__FILE__, __LINE__);
-    AnnotateIgnoreReadsEnd(__FILE__, __LINE__);
+    lookAgain();
     tellOrder(order);
 }
 
