@@ -75,6 +75,7 @@ private:
     std::atomic<std::uint64_t> m_period;  // both parts in one, since reset() reads it on any thread
     std::atomic<bool> m_oneShot;
     std::atomic<bool> m_scheduled{false};
+    std::atomic<std::int64_t> m_restarted{0};  // see OrvoTimerManager::restart()
     // What follows belongs to the schedule.
     bool m_setAside = false;
     std::size_t m_place = 0;

@@ -26,11 +26,6 @@ void callHost(const Action& action) {
 /// What a pass goes by. It must not lag behind the clock that ended the waiter's sleep.
 std::int64_t preciseSecond() { return WaitableTimer::calendarMilliseconds() / 1000; }
 
-TimePair dueAfter(std::uint64_t packedPeriod, std::int64_t second) {
-    const TimePair period = unpackedPeriod(packedPeriod);
-    return {second + period.seconds, period.milliseconds};
-}
-
 }  // namespace
 
 /// From the claim to fire until the end of it, also when a handler cancels its thread.
@@ -105,16 +100,18 @@ void OrvoTimerManager::removeAndArm(ListLock& lock, OrvoTimer& timer) {
 }
 
 /// During a pass nothing is armed: the pass does so at its end.
-void OrvoTimerManager::armOrFire(ListLock& lock, std::int64_t second) {
+void OrvoTimerManager::armOrFire(ListLock& lock, std::int64_t second, Overdue overdue) {
     if (m_schedule.isEmpty()) {
         m_deadline = never;
     } else if (m_firing) {
         // Should the thread that fires be killed, a waiter notices.
         if (!m_waiterStands && m_firingThread != platform::thisThread()) arm(never);
-    } else if (firstIsOverdue(second)) {
-        fire(lock);
-    } else {
+    } else if (!firstIsOverdue(second)) {
         arm(deadlineOfFirst(second));
+    } else if (overdue == Overdue::firesOnTheWaiter) {
+        arm(WaitableTimer::now());
+    } else {
+        fire(lock);
     }
 }
 
@@ -151,6 +148,7 @@ void OrvoTimerManager::fire(ListLock& lock) {
 
 /// While the host's code runs, other threads may stop, start and destroy the timer.
 void OrvoTimerManager::fireOne(ListLock& lock, OrvoTimer& timer) {
+    if (!staysDue(timer)) return;
     m_fired = &timer;
     bool oneShot = true;
     lock.unlock();
@@ -161,6 +159,7 @@ void OrvoTimerManager::fireOne(ListLock& lock, OrvoTimer& timer) {
         m_fired = nullptr;
         return;
     }
+    noteFiring(timer);
     m_schedule.visit(timer);
     if (oneShot)
         m_schedule.remove(timer);

@@ -43,7 +43,14 @@ public:
     void start(OrvoTimer& timer, std::uint64_t period, bool oneShot, bool stopped);
     /// Takes it out; what is overdue among the others fires on the calling thread.
     void remove(OrvoTimer& timer);
-    /// The same for a timer that is destroyed, at any time: while another thread fires it, waits.
+    /// restart() and rest() are reset() and stop() for one that is started and stopped all the time, by a
+    /// caller that holds a lock meanwhile: what is overdue fires on the waiter's thread. As long as a waiter
+    /// stands they only note what the timer does now. It keeps the place in the schedule that it has: there
+    /// the pass finds that it is to move on, and the waiter, at its second look, that it rests. For one
+    /// thread at a time; not to be mixed with start() and stop().
+    static void restart(OrvoTimer& timer);
+    static void rest(OrvoTimer& timer);
+    /// The same as remove() for a timer that is destroyed, at any time: while another thread fires it, waits.
     static void forget(OrvoTimer& timer);
 
 private:
@@ -60,13 +67,17 @@ private:
     // With the list lock held; those that take it as an argument give it up for a while.
     bool firstIsOverdue(std::int64_t second) const;
     void removeAndArm(ListLock& lock, OrvoTimer& timer);
-    void armOrFire(ListLock& lock, std::int64_t second);
+    enum class Overdue { firesHere, firesOnTheWaiter };
+    void armOrFire(ListLock& lock, std::int64_t second, Overdue overdue = Overdue::firesHere);
     void arm(std::int64_t deadline);
     std::int64_t deadlineOfFirst(std::int64_t second) const;
 
     void fire(ListLock& lock);
     void fireOne(ListLock& lock, OrvoTimer& timer);
     void endLostPass(ListLock& lock);
+    bool staysDue(OrvoTimer& timer);
+    void noteFiring(OrvoTimer& timer);
+    void dropResting();
 
     void standWaiter() noexcept;
     void waitAndFire(ListLock& lock);

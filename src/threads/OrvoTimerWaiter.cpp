@@ -120,6 +120,7 @@ void OrvoTimerManager::waitAndFire(ListLock& lock) {
     std::uint64_t arms = m_arms - 1;
     while (!m_exiting && !(m_schedule.isEmpty() && m_arms == arms)) {
         arms = m_arms;
+        dropResting();
         if (m_firing)
             endLostPass(lock);
         else if (!m_schedule.isEmpty() && m_deadline <= WaitableTimer::now())

@@ -24,6 +24,12 @@ constexpr TimePair unpackedPeriod(std::uint64_t packed) {
     return {static_cast<std::int32_t>(packed >> 32), static_cast<std::int32_t>(packed)};
 }
 
+/// When a timer of this period is due that counts from the given second.
+constexpr TimePair dueAfter(std::uint64_t packedPeriod, std::int64_t second) {
+    const TimePair period = unpackedPeriod(packedPeriod);
+    return {second + period.seconds, period.milliseconds};
+}
+
 }  // namespace OrvoSupport
 
 #endif

@@ -18,6 +18,11 @@ inline TimerSchedule::Heap& TimerSchedule::heapOf(const OrvoTimer& timer) {
     return timer.m_setAside ? m_setAside : m_timers;
 }
 
+void TimerSchedule::markAsOut(OrvoTimer& timer) {
+    timer.m_restarted.store(0, std::memory_order_relaxed);
+    timer.m_scheduled.store(false, std::memory_order_release);
+}
+
 /// A timer that only moves counts as scheduled all the time: whoever wants to stop it asks without a lock.
 void TimerSchedule::insert(OrvoTimer& timer, const TimePair& due) noexcept {
     if (timer.m_scheduled.load(std::memory_order_relaxed)) heapOf(timer).erase(timer.m_place);
@@ -29,13 +34,16 @@ void TimerSchedule::insert(OrvoTimer& timer, const TimePair& due) noexcept {
         const bool atFront = due.milliseconds <= due.seconds;
         heap.push({due, atFront ? --m_frontRank : ++m_endRank, &timer});
     }
-    timer.m_scheduled.store(fits, std::memory_order_release);
+    if (fits)
+        timer.m_scheduled.store(true, std::memory_order_release);
+    else
+        markAsOut(timer);
 }
 
 void TimerSchedule::remove(OrvoTimer& timer) noexcept {
     if (!timer.m_scheduled.load(std::memory_order_relaxed)) return;
     heapOf(timer).erase(timer.m_place);
-    timer.m_scheduled.store(false, std::memory_order_release);
+    markAsOut(timer);
 }
 
 void TimerSchedule::clear() noexcept {
@@ -78,8 +86,7 @@ void TimerSchedule::Heap::erase(std::size_t place) {
 }
 
 void TimerSchedule::Heap::clear() noexcept {
-    for (std::size_t i = 0; i < count; ++i)
-        entries[i].timer->m_scheduled.store(false, std::memory_order_release);
+    for (std::size_t i = 0; i < count; ++i) markAsOut(*entries[i].timer);
     entries.reset();
     count = capacity = 0;
 }

@@ -41,6 +41,7 @@ public:
     bool isEmpty() const { return m_timers.count == 0 && m_setAside.count == 0; }
     /// When the first timer is due. Not during a pass, nor when it is empty.
     const TimePair& firstDue() const { return m_timers.entries[0].due; }
+    OrvoTimer& first() const { return *m_timers.entries[0].timer; }
 
     /// Puts the timer in, or to its new place. When there is no memory, it is not in afterwards.
     void insert(OrvoTimer& timer, const TimePair& due) noexcept;
@@ -79,6 +80,7 @@ private:
         void sink(const Entry& entry, std::size_t place);
     };
 
+    static void markAsOut(OrvoTimer& timer);
     Heap& heapOf(const OrvoTimer& timer);
     static bool before(const Entry& a, const Entry& b) {
         return a.due.seconds != b.due.seconds ? a.due.seconds < b.due.seconds : a.rank < b.rank;
