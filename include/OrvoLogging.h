@@ -12,9 +12,12 @@
 #include "OrvoEvent.h"
 #include "OrvoExport.h"
 #include "OrvoString.h"
+#include "OrvoThread.h"
+#include "OrvoTimer.h"
 
 namespace OrvoSupport {
 
+class LoggerUse;   // inside the library
 class RecordFile;  // inside the library
 
 /// A logger to which records are written piece by piece, as to a stream:
@@ -30,6 +33,10 @@ class RecordFile;  // inside the library
 /// When endrecord returns, the line is in the hands of the system and survives the death of the process.
 /// A target that cannot be written loses records, never the logger.
 ///
+/// A record that stays open for 60 seconds after its first piece, and every 60 seconds from then on, makes a
+/// thread of the library try to end it. That succeeds only when nobody holds the lock any more: a record
+/// whose thread is still there stays open.
+///
 /// Thread safety: any thread may call anything but the destructor at any time. The first piece of a record
 /// waits until no other thread has one open and every piece keeps the logger's lock until endrecord, so
 /// records never mix. The thread that began a record must end it.
@@ -44,7 +51,8 @@ public:
     OrvoLogging(const string& fileName, int target, int level);
     /// File name "log", standard output only, level -1.
     OrvoLogging();
-    /// Closes the file. If this is the process-wide logger, there is none afterwards.
+    /// Closes the file. If this is the process-wide logger, there is none afterwards. A record that is open
+    /// is lost. Waits some tenths of a second for threads that try to end it.
     ~OrvoLogging() override;
     OrvoLogging(const OrvoLogging&) = delete;
     OrvoLogging& operator=(const OrvoLogging&) = delete;
@@ -104,6 +112,8 @@ public:
     OrvoLogging& operator<<(OrvoLogging& (*manipulator)(OrvoLogging&));
 
 protected:
+    /// A record has been open for too long: starts an OrvoLoggingEventTimerThread, if the system has one
+    /// left.
     void handleNotification(OrvoCollaborator& source, const OrvoNotification& note) override;
     /// Opens the log file if the file target is on.
     virtual void startLogging();
@@ -118,13 +128,17 @@ protected:
     /// Opens the log file unless it is open. Success and failure are told on standard error.
     void openLogFile();
 
-    /// Start and stop the time-out of an open record; its work.
+    /// Starts the time-out unless it runs already. For the holder of the lock, as cancelTimer() is. No timer
+    /// of the host fires meanwhile on this thread.
     void resetTimer();
     void cancelTimer();
+    /// The work of the time-out: endrecord(); then, if the process-wide logger has level 9, a record there
+    /// that tells of it, which waits while another thread has one open.
     void timerElapsed();
 
 private:
     friend OSUPT_API OrvoLogging& endrecord(OrvoLogging&);
+    friend class OrvoLoggingEventTimerThread;
     friend struct TraceGate;  // inside the library
 
     template <class Append>
@@ -135,6 +149,7 @@ private:
     bool passesNow() const;
     void writeRecord(const char* area);
     void makeIdle();
+    void stopTimeouts();
 
     static std::atomic<OrvoLogging*> m_pInstance;
 
@@ -148,10 +163,35 @@ private:
     std::unique_ptr<RecordFile> m_logFile;
     OrvoCriticalSectionObject m_fileLock;  // setTarget() may not wait for an open record
     OrvoCriticalSectionObject m_lock;      // from the first accepted piece of a record to its end
+    OrvoTimer m_timer{60000, false};       // runs while a record is open
     std::map<string, std::int32_t> m_areaLevels;
     mutable OrvoCriticalSectionObject m_areaLock;
     string m_fileName;
     std::atomic<bool> m_recordDataEnabled;
+    bool m_timerStopped = true;  // guarded by the lock
+};
+
+/// The thread on which a logger tries to end a record that was left open. It is started by each expiry of the
+/// logger's timer and deletes itself.
+///
+/// Thread safety: as OrvoThread. The logger's destructor waits for the destruction of this object.
+class OSUPT_API OrvoLoggingEventTimerThread : public OrvoThread {
+public:
+    /// Named "OrvoLoggingEventTimerThread". Not started. The logger is not owned.
+    explicit OrvoLoggingEventTimerThread(OrvoLogging& logger);
+    ~OrvoLoggingEventTimerThread() override;
+
+protected:
+    using OrvoThread::run;
+    /// Calls the logger's timerElapsed() and returns 0.
+    int run() override;
+
+private:
+    friend class OrvoLogging;
+    static void startFor(OrvoLogging& logger);
+
+    OrvoLogging* m_logger;
+    std::unique_ptr<LoggerUse> m_use;
 };
 
 /// Carries area and level of a record to the logger; made by setloglevel.

@@ -136,6 +136,8 @@ protected:
     virtual int run();
 
 private:
+    friend class OrvoLoggingEventTimerThread;
+    bool create();
     static int threadMain(void* thread);
     int _run();
     void cleanup();

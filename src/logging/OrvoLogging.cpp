@@ -40,6 +40,7 @@ OrvoLogging::OrvoLogging(const string& fileName, int target, int level)
       m_currentLevel(idleLevel),
       m_fileName(fileName),
       m_recordDataEnabled(true) {
+    m_timer.addDependent(*this);
     OrvoLogging::startLogging();
 }
 
@@ -48,6 +49,7 @@ OrvoLogging::OrvoLogging() : OrvoLogging("log", consoleTarget, -1) {}
 OrvoLogging::~OrvoLogging() {
     OrvoLogging* self = this;
     m_pInstance.compare_exchange_strong(self, nullptr);
+    stopTimeouts();
     OrvoLogging::stopLogging(0);
 }
 
@@ -97,8 +99,6 @@ void OrvoLogging::setCurrentLevel(const string& area, int level) {
 }
 
 void OrvoLogging::setCurrentLevel(int level) { setCurrentLevel(string(), level); }
-
-void OrvoLogging::handleNotification(OrvoCollaborator&, const OrvoNotification&) {}
 
 void OrvoLogging::startLogging() {
     if (m_target & fileTarget) openLogFile();
@@ -179,10 +179,5 @@ void OrvoLogging::writeRecord(const char* area) {
         std::fflush(stdout);
     }
 }
-
-// A record that stays open is not timed out.
-void OrvoLogging::resetTimer() {}
-void OrvoLogging::cancelTimer() {}
-void OrvoLogging::timerElapsed() {}
 
 }  // namespace OrvoSupport

@@ -16,23 +16,27 @@ struct TraceGate {
     }
 };
 
-/// Writes one record of `level` to the process-wide logger if it passes. Pieces are what the logger takes
-/// with operator<<; keep what is costly to compute out of the arguments. When one cannot be appended, the
-/// record ends before it and the exception passes on.
+/// Writes one record of `level`. Pieces are what the logger takes with operator<<. When one cannot be
+/// appended, the record ends before it and the exception passes on.
 ///
 /// Thread safety: any thread, but not while it has a record of its own open: this one would end it.
 template <class... Pieces>
-inline void trace(int level, const Pieces&... pieces) {
-    if (OrvoLogging* logger = TraceGate::open(level)) {
-        *logger << setloglevel(level);
-        try {
-            (*logger << ... << pieces);
-        } catch (...) {
-            *logger << endrecord;  // an open record would keep all other threads out
-            throw;
-        }
-        *logger << endrecord;
+inline void traceTo(OrvoLogging& logger, int level, const Pieces&... pieces) {
+    logger << setloglevel(level);
+    try {
+        (logger << ... << pieces);
+    } catch (...) {
+        logger << endrecord;  // an open record would keep all other threads out
+        throw;
     }
+    logger << endrecord;
+}
+
+/// The same to the process-wide logger if the record passes it. Keep what is costly to compute out of the
+/// arguments.
+template <class... Pieces>
+inline void trace(int level, const Pieces&... pieces) {
+    if (OrvoLogging* logger = TraceGate::open(level)) traceTo(*logger, level, pieces...);
 }
 
 }  // namespace OrvoSupport

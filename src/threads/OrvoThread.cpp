@@ -77,9 +77,15 @@ void OrvoThread::start() {
         platform::resumeThread(*thread);
         return;
     }
+    create();
+}
+
+// When it succeeds, the thread may have deleted this object by then.
+bool OrvoThread::create() {
     m_running = true;
-    if (!platform::startThread(threadMain, this, m_thread)) m_running = false;
-    // The thread may have deleted this object by now.
+    if (platform::startThread(threadMain, this, m_thread)) return true;
+    m_running = false;
+    return false;
 }
 
 void OrvoThread::stop() {

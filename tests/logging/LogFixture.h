@@ -23,17 +23,20 @@ public:
 class LogFixture : public testing::Test {
 protected:
     /// The log as the logger wrote it, its lines ended by LF.
-    std::string text() const {
-        std::string bytes = testing_support::readFile(path);
+    std::string text() const { return textOf(path); }
+    std::vector<std::string> lines() const { return linesOf(path); }
+
+    static std::string textOf(const std::string& file) {
+        std::string bytes = testing_support::readFile(file);
         const std::string end = log_system::lineEnd;
         for (std::size_t at = 0; (at = bytes.find(end, at)) != std::string::npos; ++at)
             bytes.replace(at, end.size(), "\n");
         return bytes;
     }
 
-    std::vector<std::string> lines() const {
+    static std::vector<std::string> linesOf(const std::string& file) {
         std::vector<std::string> result;
-        const std::string all = text();
+        const std::string all = textOf(file);
         for (std::size_t at = 0; at < all.size();) {
             const std::size_t end = all.find('\n', at);
             result.push_back(all.substr(at, end - at));

@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
+#include <memory>
 #include <thread>
 
 #include "logging/LogFixture.h"
@@ -18,6 +19,9 @@ using namespace OrvoSupport;
 using testing_support::ChildProcess;
 using testing_support::readFile;
 using testing_support::TempFolder;
+
+// A forked child that writes records starts a thread for the time-out. The thread sanitizer asks for this.
+extern "C" const char* __tsan_default_options() { return "die_after_fork=0"; }
 
 class LogFaultTest : public PlainLogFixture {
 protected:
@@ -137,6 +141,23 @@ TEST_F(LogFaultTest, forkedChildWritesThoughAnotherThreadHadARecordOpen) {
     step = 2;
     other.join();
     EXPECT_EQ("open child\nopen ended\n", text());
+}
+
+// Its parent has threads that know the logger, and that are not in the child.
+TEST_F(LogFaultTest, aLoggerOfAForkedChildDoesNotWaitForTimeoutsOfTheParent) {
+    struct Timed : OpenLogger {
+        using OpenLogger::OpenLogger;
+        void expire() {
+            OrvoCollaborator timer;
+            handleNotification(timer, OrvoEventNotification());
+        }
+    };
+    auto timed = std::make_unique<Timed>(folder.file("timed"), 0, 9);
+    OrvoLogging::setInstance(*timed);
+    *timed << "open";
+    timed->expire();  // tries to end the record, and then waits to tell of it
+    EXPECT_EQ(0, inFork([&] { timed.reset(); }));
+    *timed << endrecord;
 }
 
 TEST_F(LogFaultTest, forkedChildEndsTheRecordThatItsThreadHadOpen) {
