@@ -27,7 +27,7 @@ else()
   # Who links the static library links what it needs too.
   set(osupt_pc_libs " -pthread")
   if(WIN32)
-    string(APPEND osupt_pc_libs " -ladvapi32 -lole32 -loleaut32 -lshell32 -luser32")
+    string(APPEND osupt_pc_libs " -ladvapi32 -lntdll -lole32 -loleaut32 -lshell32 -luser32")
   endif()
 endif()
 configure_file(cmake/osupt.pc.in ${PROJECT_BINARY_DIR}/osupt.pc @ONLY)

@@ -3,6 +3,7 @@
 #define ORVO_THREAD_H
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -31,8 +32,13 @@ public:
 /// A thread of the operating system and the work it does once: run() of a subclass, or a runnable. When the
 /// work has ended, the thread tells its dependents with a ThreadDone.
 ///
-/// An exception that escapes the work ends it with exit code 0 and goes no further; only cancellation by the
+/// An exception that escapes the work ends it with exit code 0 and goes no further, and neither does one out
+/// of a dependent's handler, which keeps the dependents after it from being told; only cancellation by the
 /// C library passes.
+///
+/// The thread holds a lock of the object from its first step until its work has ended and everybody has been
+/// told: handlers must not wait for the thread, nor destroy it. The work itself may destroy it, if nobody
+/// else will; then nobody is told.
 ///
 /// Thread safety: start, stop, kill, wait, setPriority and the queries may be called from any thread; name,
 /// work item and marks are set before start(). No call may overlap the destructor.
@@ -83,15 +89,20 @@ public:
     OrvoThread(OrvoSmartPointer<OrvoRunnable> runnable, const string& name);
     OrvoThread(const OrvoThread&) = delete;
     OrvoThread& operator=(const OrvoThread&) = delete;
-    /// Waits until the work has ended; with the mark for kill ends it instead; with the mark for death, which
-    /// is for threads that delete themselves, does neither.
+    /// Waits until the work has ended, for a thread that is stopped until somebody starts it; with the mark
+    /// for kill ends it instead; with the mark for death, which is for threads that delete themselves, does
+    /// neither. On the thread itself it does neither in any case. A subclass whose run() uses its own members
+    /// waits for the thread in its own destructor or before.
     ~OrvoThread() override;
 
     /// Creates the thread, or resumes it if it was stopped; one that has done its work does not run again. If
-    /// the system has no thread left, the object stays as it was and nothing is reported.
+    /// the system has no thread left, the object stays as it was and nothing is reported. Of several that
+    /// start it at once, one creates the thread.
     virtual void start();
-    /// Suspends the thread where it stands. Stops are counted: two need two starts.
+    /// Suspends the thread where it stands; does nothing without one. Stops are counted: two need two starts.
+    /// A thread that stops itself goes on here when somebody starts it.
     virtual void stop();
+    /// What run() is given from now on; null for nothing.
     virtual void setWorkInfo(OrvoSmartPointer<OrvoWorkInformation> workInfo);
     /// Waits until the thread has ended and answers 0, or 258 when the time (milliseconds, -1 for ever) ran
     /// out, or -1 when waiting failed. A thread never started, or whose work has ended, answers 128 at once.
@@ -100,14 +111,17 @@ public:
     virtual bool setPriority(t_Priority priority);
 
     /// Ends the thread at once, whatever it does, with exit code 0. Nothing is unwound, nobody is told, and
-    /// its locks count as abandoned. The object can be started again.
+    /// its locks count as abandoned. The object can be started again; does nothing without a thread. A thread
+    /// that kills itself is gone all the same, but its handle stays until the next kill() or the destructor.
+    /// What the thread held of the process's resources stays with the process, as much as a share in a thread
+    /// that it waited for.
     void kill();
     /// Waits until the work has ended. Returns at once if the new thread has not come to it yet; wait() is
     /// stricter.
     void waitForThreadExit();
     /// True from start() until kill() or the destructor, also when the work has ended.
     bool isAlive();
-    /// What the work returned; -1 before that, and while there is no thread.
+    /// What the last work that ended by itself returned; -1 before that, and while there is no thread.
     int getExitCode() const;
     /// Where the handle of the system stands: a HANDLE on Windows, opaque elsewhere. Null when there is none.
     void* getHandle();
@@ -137,9 +151,13 @@ protected:
 
 private:
     friend class OrvoLoggingEventTimerThread;
+    class Use;
+    class Round;
     bool create();
     static int threadMain(void* thread);
+    static int waitForSome(std::size_t count, OrvoThread* const* threads, bool waitAll, int timeoutMs);
     int _run();
+    void join();
     void cleanup();
 
     std::atomic<platform::Thread*> m_thread;
@@ -149,6 +167,9 @@ private:
     std::atomic<bool> m_markForDeath;
     std::atomic<bool> m_markForKill;
     std::atomic<bool> m_running;
+    std::atomic<bool> m_beginning = false;  // from start() until the new thread has its lock
+    std::atomic<int> m_worker = 0;          // the thread that is at work
+    bool* m_destroyed = nullptr;            // tells that thread that the object is gone
     OrvoSmartPointer<OrvoRunnable> m_runnable;
     OrvoCriticalSectionObject m_lock;  // held while the thread works
 };

@@ -6,6 +6,7 @@
 #include "OrvoCriticalSection.h"
 #include "OrvoObjectFactory.h"
 #include "core/ObjectLock.h"
+#include "platform/Thread.h"
 #include "threads/OrvoTimerManager.h"
 
 namespace {
@@ -44,5 +45,6 @@ void Module::termGlobals() {
     OrvoSupport::OrvoTimerManager::deleteInstance();
     exit();
     exit();
+    OrvoSupport::platform::waitForLeavingThreads();
     delete theObjectLock.exchange(nullptr);
 }

@@ -11,6 +11,7 @@ namespace OrvoSupport::platform {
 /// The library's hold on one thread, from startThread() until closeThread(). The platform derives from it.
 struct Thread {
     WaitHandle handle;  // signalled once the thread has ended; a host may be given its address
+    int users = 1;      // kept by the thread object, which closes the hold with the last of them
 };
 
 /// What a thread runs. The result is its exit code for the system.
@@ -43,9 +44,11 @@ void closeThread(Thread* thread) noexcept;
 /// the host may still be a part (handlers, destructors).
 void announceReturn() noexcept;
 
-/// Returns when no thread whose body has returned has an instruction of the library left to execute. For the
-/// unloading of the library, where on Windows nobody may wait for the end of a thread; does nothing when the
-/// process ends and the threads are gone already.
+/// Returns when no thread whose body has returned, or that has announced it, has an instruction of the
+/// library left to execute. For the unloading of the library, where on Windows nobody may wait for the end of
+/// a thread; does nothing when the process ends and the threads are gone already. Code of the host on the way
+/// home may be waiting for the unloading thread in turn, and a suspended thread does not come home at all:
+/// for them it waits some seconds only.
 void waitForLeavingThreads() noexcept;
 
 /// True while the process ends and all other threads are gone already.

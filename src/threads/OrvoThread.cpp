@@ -1,9 +1,12 @@
 #include "OrvoThread.h"
 
+#include <array>
+#include <mutex>
 #include <utility>
 
 #include "platform/Containment.h"
 #include "platform/CurrentThreadId.h"
+#include "platform/InternalLock.h"
 #include "platform/Thread.h"
 #include "threads/WaitForSeveral.h"
 
@@ -11,6 +14,9 @@ namespace OrvoSupport {
 namespace {
 
 constexpr int nothingToWaitFor = 128;
+
+// Guards the step from an object to its thread, and the counts of users.
+platform::InternalLock usersLock;
 
 int systemLevel(OrvoThread::t_Priority priority) {
     switch (priority) {
@@ -25,6 +31,70 @@ int systemLevel(OrvoThread::t_Priority priority) {
 }
 
 }  // namespace
+
+/// The thread of an object, if there is one, which stays usable when another thread kills it meanwhile.
+class OrvoThread::Use {
+public:
+    Use() = default;
+    explicit Use(OrvoThread& object) {
+        const std::lock_guard<platform::InternalLock> guard(usersLock);
+        m_thread = object.m_thread;
+        if (m_thread) ++m_thread->users;
+    }
+    Use(Use&& other) noexcept : m_thread(std::exchange(other.m_thread, nullptr)) {}
+    Use& operator=(Use&& other) noexcept {
+        std::swap(m_thread, other.m_thread);
+        return *this;
+    }
+    ~Use() { giveUp(m_thread); }
+
+    static void giveUp(platform::Thread* thread) {
+        if (!thread) return;
+        {
+            const std::lock_guard<platform::InternalLock> guard(usersLock);
+            if (--thread->users > 0) return;
+        }
+        platform::closeThread(thread);
+    }
+
+    platform::Thread& operator*() const { return *m_thread; }
+    platform::Thread* operator->() const { return m_thread; }
+    explicit operator bool() const { return m_thread != nullptr; }
+
+private:
+    platform::Thread* m_thread = nullptr;
+};
+
+/// What surrounds the work, also work that ends its thread by way of the C library.
+class OrvoThread::Round {
+public:
+    explicit Round(OrvoThread& thread) : m_thread(thread) {
+        thread.m_lock.lock();
+        thread.m_destroyed = &m_destroyed;
+        thread.m_worker = getCurrentThreadId();
+        thread.m_beginning = false;
+    }
+    Round(const Round&) = delete;
+    Round& operator=(const Round&) = delete;
+    ~Round() {
+        if (m_destroyed) return;
+        if (m_thread.m_markForDeath) {
+            m_thread.m_lock.unlock();
+            delete &m_thread;
+            return;
+        }
+        m_thread.m_worker = 0;
+        m_thread.m_running = false;
+        m_thread.m_lock.unlock();
+    }
+
+    /// The work has destroyed the thread object.
+    bool destroyed() const { return m_destroyed; }
+
+private:
+    OrvoThread& m_thread;
+    bool m_destroyed = false;
+};
 
 OrvoWorkInformation::OrvoWorkInformation() = default;
 OrvoWorkInformation::OrvoWorkInformation(const OrvoWorkInformation& other) = default;
@@ -63,33 +133,45 @@ OrvoThread::OrvoThread(OrvoSmartPointer<OrvoRunnable> runnable, const string& na
       m_lock(false) {}
 
 OrvoThread::~OrvoThread() {
-    if (!m_thread) return;
-    if (m_markForKill) {
+    if (m_worker == getCurrentThreadId()) {
+        *m_destroyed = true;
+        cleanup();
+    } else if (m_thread && m_markForKill) {
         kill();
-        return;
+    } else if (m_thread) {
+        if (!m_markForDeath) join();
+        cleanup();
     }
-    if (!m_markForDeath) waitForThreadExit();
-    cleanup();
 }
 
 void OrvoThread::start() {
-    if (platform::Thread* thread = m_thread) {
+    if (const Use thread(*this); thread)
         platform::resumeThread(*thread);
-        return;
-    }
-    create();
+    else
+        create();
 }
 
-// When it succeeds, the thread may have deleted this object by then.
+// True if the object has a thread afterwards, which may have deleted it by then. Of several that come at once, one
+// creates the thread.
 bool OrvoThread::create() {
+    if (m_beginning.exchange(true)) return true;
+    if (m_thread) {
+        m_beginning = false;
+        return true;
+    }
     m_running = true;
     if (platform::startThread(threadMain, this, m_thread)) return true;
     m_running = false;
+    m_beginning = false;
     return false;
 }
 
+// What a thread does to itself needs no Use, which would be lost with the thread.
 void OrvoThread::stop() {
-    if (platform::Thread* thread = m_thread) platform::suspendThread(*thread);
+    if (m_worker == getCurrentThreadId())
+        platform::suspendThread(*m_thread);
+    else if (const Use thread(*this); thread)
+        platform::suspendThread(*thread);
 }
 
 void OrvoThread::setWorkInfo(OrvoSmartPointer<OrvoWorkInformation> workInfo) {
@@ -97,24 +179,35 @@ void OrvoThread::setWorkInfo(OrvoSmartPointer<OrvoWorkInformation> workInfo) {
 }
 
 int OrvoThread::wait(int timeoutMs) {
-    platform::Thread* const thread = m_thread;
-    if (!thread || !m_running) return nothingToWaitFor;
-    return platform::waitForOne(thread->handle, timeoutMs);
+    if (!m_running) return nothingToWaitFor;
+    const Use thread(*this);
+    return thread ? platform::waitForOne(thread->handle, timeoutMs) : nothingToWaitFor;
 }
 
 bool OrvoThread::setPriority(t_Priority priority) {
-    platform::Thread* const thread = m_thread;
+    const Use thread(*this);
     return thread && platform::setThreadPriority(*thread, systemLevel(priority));
 }
 
 void OrvoThread::kill() {
-    platform::Thread* const thread = m_thread;
-    if (!thread) return;
-    platform::killThread(*thread);
-    cleanup();
+    if (m_worker == getCurrentThreadId()) {
+        m_worker = 0;
+        platform::killThread(*m_thread);
+    } else if (const Use thread(*this); thread) {
+        platform::killThread(*thread);
+        cleanup();
+    }
 }
 
 void OrvoThread::waitForThreadExit() { OrvoCriticalSection guard(m_lock); }
+
+// Unlike waitForThreadExit() it does not overtake a thread that has yet to come to its lock, and which would
+// find no object there.
+void OrvoThread::join() {
+    while (m_beginning && platform::waitForOne(m_thread.load()->handle, 1) == platform::waitTimedOut)
+        continue;
+    waitForThreadExit();
+}
 
 bool OrvoThread::isAlive() { return m_thread != nullptr; }
 
@@ -136,18 +229,25 @@ void OrvoThread::setMarkForKill() { m_markForKill = true; }
 int OrvoThread::getCurrentThreadId() { return platform::currentThreadId(); }
 
 int OrvoThread::wait(std::vector<OrvoThread*>& threads, bool waitAll, int timeoutMs) {
-    const auto handleOf = [&](std::size_t i) -> platform::WaitHandle* {
-        platform::Thread* const thread = threads[i] ? threads[i]->m_thread.load() : nullptr;
-        return thread ? &thread->handle : nullptr;
-    };
-    return waitForSeveral(threads.size(), handleOf, waitAll, timeoutMs);
+    return waitForSome(threads.size(), threads.data(), waitAll, timeoutMs);
 }
 
 int OrvoThread::wait(int count, OrvoThread* threads, bool waitAll, int timeoutMs) {
-    if (count < 0 || !threads) return -1;
-    std::vector<OrvoThread*> list;
-    for (int i = 0; i < count; ++i) list.push_back(&threads[i]);
-    return wait(list, waitAll, timeoutMs);
+    std::array<OrvoThread*, platform::maxWaitHandles> list;
+    const std::size_t size = count < 0 ? 0 : static_cast<std::size_t>(count);
+    if (size > list.size() || !threads) return -1;
+    for (std::size_t i = 0; i < size; ++i) list[i] = &threads[i];
+    return waitForSome(size, list.data(), waitAll, timeoutMs);
+}
+
+int OrvoThread::waitForSome(std::size_t count, OrvoThread* const* threads, bool waitAll, int timeoutMs) {
+    std::array<Use, platform::maxWaitHandles> uses;
+    const auto handleOf = [&](std::size_t i) -> platform::WaitHandle* {
+        if (!threads[i]) return nullptr;
+        uses[i] = Use(*threads[i]);
+        return uses[i] ? &uses[i]->handle : nullptr;
+    };
+    return waitForSeveral(count, handleOf, waitAll, timeoutMs);
 }
 
 int OrvoThread::run(OrvoWorkInformation&) { return 0; }
@@ -156,19 +256,14 @@ int OrvoThread::run() { return 0; }
 
 int OrvoThread::threadMain(void* argument) {
     OrvoThread& thread = *static_cast<OrvoThread*>(argument);
-    OrvoCriticalSection guard(thread.m_lock);
+    Round round(thread);
     const int result = thread._run();
-    if (thread.m_markForDeath) {
-        guard.unlock();
-        delete &thread;
-        return result;
-    }
-    thread.m_exitCode = result;
-    thread.m_running = false;
+    if (!round.destroyed() && !thread.m_markForDeath) thread.m_exitCode = result;
     return result;
 }
 
 int OrvoThread::_run() {
+    const bool& destroyed = *m_destroyed;
     int exitCode = 0;
     platform::contain([&] {
         int result;
@@ -178,14 +273,21 @@ int OrvoThread::_run() {
             result = m_workInfo ? run(*m_workInfo) : run();
         exitCode = result;
     });
-    notify(ThreadDone(exitCode));
+    platform::announceReturn();
+    if (!destroyed) platform::contain([&] { notify(ThreadDone(exitCode)); });
     return exitCode;
 }
 
 void OrvoThread::cleanup() {
-    platform::Thread* const thread = m_thread.exchange(nullptr);
+    platform::Thread* thread;
+    {
+        const std::lock_guard<platform::InternalLock> guard(usersLock);
+        thread = m_thread.exchange(nullptr);
+    }
     m_running = false;
-    platform::closeThread(thread);
+    m_beginning = false;
+    m_worker = 0;
+    Use::giveUp(thread);
 }
 
 }  // namespace OrvoSupport

@@ -1,31 +1,111 @@
 // Win32 half of Thread; contract in platform/Thread.h.
 #include "platform/Thread.h"
 
+#include <malloc.h>
 #include <windows.h>
 
+#include <mutex>
 #include <new>
+#include <optional>
+
+#include "platform/InternalLock.h"
+#include "platform/win32/Suspension.h"
+#include "platform/win32/ThreadRegistry.h"
 
 namespace OrvoSupport::platform {
 namespace {
 
-struct Win32Thread : Thread {
-    ThreadBody body;
-    void* argument;
-    std::atomic<int> holds{2};
+// A thread that has stood in one place of the system's library for so long waits for a lock of the host's,
+// not for one of the system's own.
+constexpr ULONGLONG stuckMs = 500;
+
+// How long a thread is given that is on the move in there, or has not come to its body yet, or has left it.
+// The system has locks of its own for these steps, but whoever loads or unloads a module holds one of them.
+constexpr ULONGLONG patienceMs = 5000;
+
+// As many times a thread is looked at in quick succession before it is given a whole millisecond.
+constexpr int quickLooks = 1000;
+
+/// Keeps all threads out of the heaps, so that none is stopped or killed in there.
+class HeapsAtRest {
+public:
+    HeapsAtRest() {
+        ::HeapLock(m_runtime);
+        ::HeapLock(m_process);
+    }
+    ~HeapsAtRest() {
+        ::HeapUnlock(m_process);
+        ::HeapUnlock(m_runtime);
+    }
+    HeapsAtRest(const HeapsAtRest&) = delete;
+    HeapsAtRest& operator=(const HeapsAtRest&) = delete;
+
+private:
+    const HANDLE m_runtime = reinterpret_cast<HANDLE>(::_get_heap_handle());
+    const HANDLE m_process = ::GetProcessHeap();
 };
 
-void drop(Win32Thread* thread) {
-    if (--thread->holds > 0) return;
-    ::CloseHandle(thread->handle);
-    delete thread;
-}
+Win32Thread& own(Thread& thread) { return static_cast<Win32Thread&>(thread); }
 
-DWORD WINAPI threadMain(void* argument) {
-    Win32Thread* const thread = static_cast<Win32Thread*>(argument);
-    const int result = thread->body(thread->argument);
-    drop(thread);
-    return static_cast<DWORD>(result);
-}
+bool isThisThread(const Win32Thread& thread) { return thread.id == ::GetCurrentThreadId(); }
+
+/// Looks at a thread until it stands where it may be stopped or killed.
+class Approach {
+public:
+    explicit Approach(Win32Thread& thread) : m_thread(thread) {}
+
+    /// Calls action() before anybody can resume the thread; does nothing when it has ended.
+    template <class Action>
+    void stopAndThen(const Action& action) {
+        for (int looks = 0;; ++looks) {
+            m_now = ::GetTickCount64();
+            // Who is suspended all the time makes no way.
+            if (mayBeTouched() && tryToStopAndThen(action)) return;
+            ::SwitchToThread();
+            if (::WaitForSingleObject(m_thread.handle, looks < quickLooks ? 0 : 1) == WAIT_OBJECT_0) return;
+        }
+    }
+
+private:
+    bool isLate() const { return m_now - m_begin > patienceMs; }
+    bool isStuck() const { return m_now - m_stoodSince > stuckMs; }
+
+    bool mayBeTouched() const {
+        if (m_thread.internalLocks > 0) return false;
+        const Win32Thread::Phase phase = m_thread.phase;
+        return phase == Win32Thread::Phase::inBody || phase == Win32Thread::Phase::goingHome || isLate();
+    }
+
+    /// False when the thread may not be touched now; true also when it has ended.
+    template <class Action>
+    bool tryToStopAndThen(const Action& action) {
+        // Only in the end, since it makes threads queue for the heaps, and nobody should be killed in there.
+        std::optional<HeapsAtRest> heaps;
+        if (isStuck() || isLate()) heaps.emplace();
+        const std::lock_guard<InternalLock> guard(suspendingLock);
+        Standing standing;
+        if (!suspendNow(m_thread.handle, standing)) return true;
+        if (mayBeTouched() && (!standsInSystemWork(standing) || hasStood(standing) || isLate())) {
+            action();
+            return true;
+        }
+        ::ResumeThread(m_thread.handle);
+        return false;
+    }
+
+    bool hasStood(const Standing& standing) {
+        if (standing.instruction == m_last.instruction && standing.stack == m_last.stack) return isStuck();
+        m_last = standing;
+        m_stoodSince = m_now;
+        return false;
+    }
+
+    Win32Thread& m_thread;
+    const ULONGLONG m_begin = ::GetTickCount64();
+    ULONGLONG m_now = m_begin;
+    ULONGLONG m_stoodSince = m_begin;  // in the place of m_last
+    Standing m_last;
+};
 
 }  // namespace
 
@@ -34,38 +114,40 @@ bool startThread(ThreadBody body, void* argument, std::atomic<Thread*>& place) n
     if (!thread) return false;
     thread->body = body;
     thread->argument = argument;
-    thread->handle = ::CreateThread(nullptr, 0, threadMain, thread, CREATE_SUSPENDED, nullptr);
-    if (!thread->handle) {
+    if (!enterRegistry(*thread)) {
         delete thread;
         return false;
     }
+    const HANDLE handle = thread->handle;
     place = thread;
-    ::ResumeThread(thread->handle);
+    ::ResumeThread(handle);
     return true;
 }
 
-void suspendThread(Thread& thread) noexcept { ::SuspendThread(thread.handle); }
-void resumeThread(Thread& thread) noexcept { ::ResumeThread(thread.handle); }
+void suspendThread(Thread& thread) noexcept {
+    if (isThisThread(own(thread)))
+        ::SuspendThread(thread.handle);
+    else
+        Approach(own(thread)).stopAndThen([] {});
+}
+
+void resumeThread(Thread& thread) noexcept {
+    const std::lock_guard<InternalLock> guard(suspendingLock);
+    ::ResumeThread(thread.handle);
+}
 
 bool setThreadPriority(Thread& thread, int level) noexcept {
     return ::SetThreadPriority(thread.handle, level) != 0;
 }
 
-void killThread(Thread& thread) noexcept { ::TerminateThread(thread.handle, 0); }
-
-void closeThread(Thread* thread) noexcept {
-    if (thread) drop(static_cast<Win32Thread*>(thread));
+void killThread(Thread& thread) noexcept {
+    if (isThisThread(own(thread))) ::TerminateThread(thread.handle, 0);
+    Approach(own(thread)).stopAndThen([&] { ::TerminateThread(thread.handle, 0); });
+    ::WaitForSingleObject(thread.handle, INFINITE);
 }
 
-void announceReturn() noexcept {}
-void waitForLeavingThreads() noexcept {}
-
-bool otherThreadsAreGone() noexcept {
-    using Query = BOOLEAN(WINAPI*)();
-    const HMODULE ntdll = ::GetModuleHandleA("ntdll.dll");
-    const auto query = reinterpret_cast<Query>(
-        reinterpret_cast<void (*)()>(::GetProcAddress(ntdll, "RtlDllShutdownInProgress")));
-    return query && query();
+void closeThread(Thread* thread) noexcept {
+    if (thread) leaveRegistry(own(*thread));
 }
 
 }  // namespace OrvoSupport::platform
