@@ -34,7 +34,7 @@ void remove(Win32Thread& thread) {
     if (thread.next) thread.next->link = thread.link;
 }
 
-Win32Thread* thisThread() {
+Win32Thread* entryOfThisThread() {
     const DWORD index = slot;
     if (index == TLS_OUT_OF_INDEXES) return nullptr;
     const DWORD error = ::GetLastError();  // which TlsGetValue() clears
@@ -155,12 +155,12 @@ void leaveRegistry(Win32Thread& thread) noexcept {
 }
 
 std::atomic<int>* internalLocksOfThisThread() noexcept {
-    Win32Thread* const thread = thisThread();
+    Win32Thread* const thread = entryOfThisThread();
     return thread ? &thread->internalLocks : nullptr;
 }
 
 void announceReturn() noexcept {
-    if (Win32Thread* const thread = thisThread()) thread->phase = Phase::goingHome;
+    if (Win32Thread* const thread = entryOfThisThread()) thread->phase = Phase::goingHome;
 }
 
 void waitForLeavingThreads() noexcept {
