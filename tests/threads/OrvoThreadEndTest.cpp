@@ -27,7 +27,7 @@ TEST(OrvoThreadEndTest, destructionWaitsForTheWork) {
 
 // The thread may not even have come to its lock by then.
 TEST(OrvoThreadEndTest, destructionRightAfterTheStartWaitsToo) {
-    for (int i = 0; i < 300; ++i) {
+    for (int i = 0; i < 100; ++i) {
         std::atomic<int> runs{0};
         const auto work = [&] { return ++runs; };
         {
@@ -108,7 +108,7 @@ TEST(OrvoThreadEndTest, theMarkForDeathMayComeWhileItWorks) {
 
 TEST(OrvoThreadEndTest, aThreadThatDeletesItselfGivesUpItsRunnable) {
     const Runnable runnable(new WorkRunnable([] { return 1; }));
-    for (int i = 0; i < 100; ++i) {
+    for (int i = 0; i < 50; ++i) {
         auto* thread = new OrvoThread(runnable);
         thread->setMarkForDeath();
         thread->start();

@@ -215,7 +215,7 @@ TEST(ThreadKillTest, aSecondOneDoesNothing) {
 }
 
 TEST(ThreadKillTest, mayComeRightAfterTheStart) {
-    for (int i = 0; i < 100; ++i) {
+    for (int i = 0; i < 50; ++i) {
         Counter counter;
         WorkThread thread([&] { return counter.count(); });
         thread.start();
@@ -293,9 +293,12 @@ TEST(ThreadKillTest, theMarkForKillEndsTheThreadWithItsObject) {
 TEST(ThreadKillTest, leavesTheMemoryOfTheProcessUsable) {
     std::atomic<bool> more{true};
     std::thread other([&] {
-        while (more) delete[] new char[50];
+        while (more) {
+            for (int i = 0; i < 1000; ++i) delete[] new char[50];
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
     });
-    for (int i = 0; i < 100; ++i) {
+    for (int i = 0; i < 30; ++i) {
         std::atomic<int> rounds{0};
         WorkThread thread([&] {
             for (;; ++rounds) delete[] new char[50];
