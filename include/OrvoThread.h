@@ -113,8 +113,7 @@ public:
     /// Ends the thread at once, whatever it does, with exit code 0. Nothing is unwound, nobody is told, and
     /// its locks count as abandoned. The object can be started again; does nothing without a thread. A thread
     /// that kills itself is gone all the same, but its handle stays until the next kill() or the destructor.
-    /// What the thread held of the process's resources stays with the process, as much as a share in a thread
-    /// that it waited for.
+    /// What the thread held of the process's resources stays with the process.
     void kill();
     /// Waits until the work has ended. Returns at once if the new thread has not come to it yet; wait() is
     /// stricter.
@@ -161,6 +160,7 @@ private:
     void cleanup();
 
     std::atomic<platform::Thread*> m_thread;
+    platform::Thread* m_retired = nullptr;  // killed while other threads used them
     OrvoSmartPointer<OrvoWorkInformation> m_workInfo;
     string m_name;
     std::atomic<std::int32_t> m_exitCode;

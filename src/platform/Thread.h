@@ -11,7 +11,9 @@ namespace OrvoSupport::platform {
 /// The library's hold on one thread, from startThread() until closeThread(). The platform derives from it.
 struct Thread {
     WaitHandle handle;  // signalled once the thread has ended; a host may be given its address
-    int users = 1;      // kept by the thread object, which closes the hold with the last of them
+    // For the thread object, which closes no hold while somebody uses it.
+    int users = 0;
+    Thread* nextRetired = nullptr;
 };
 
 /// What a thread runs. The result is its exit code for the system.

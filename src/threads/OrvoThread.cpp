@@ -46,15 +46,10 @@ public:
         std::swap(m_thread, other.m_thread);
         return *this;
     }
-    ~Use() { giveUp(m_thread); }
-
-    static void giveUp(platform::Thread* thread) {
-        if (!thread) return;
-        {
-            const std::lock_guard<platform::InternalLock> guard(usersLock);
-            if (--thread->users > 0) return;
-        }
-        platform::closeThread(thread);
+    ~Use() {
+        if (!m_thread) return;
+        const std::lock_guard<platform::InternalLock> guard(usersLock);
+        --m_thread->users;
     }
 
     platform::Thread& operator*() const { return *m_thread; }
@@ -142,6 +137,7 @@ OrvoThread::~OrvoThread() {
         if (!m_markForDeath) join();
         cleanup();
     }
+    while (m_retired) platform::closeThread(std::exchange(m_retired, m_retired->nextRetired));
 }
 
 void OrvoThread::start() {
@@ -193,10 +189,14 @@ void OrvoThread::kill() {
     if (m_worker == getCurrentThreadId()) {
         m_worker = 0;
         platform::killThread(*m_thread);
-    } else if (const Use thread(*this); thread) {
-        platform::killThread(*thread);
-        cleanup();
+        return;
     }
+    {
+        const Use thread(*this);
+        if (!thread) return;
+        platform::killThread(*thread);
+    }
+    cleanup();
 }
 
 void OrvoThread::waitForThreadExit() { OrvoCriticalSection guard(m_lock); }
@@ -278,16 +278,21 @@ int OrvoThread::_run() {
     return exitCode;
 }
 
+// A thread that is killed while it uses another one never says so; hence the destructor closes them all.
 void OrvoThread::cleanup() {
     platform::Thread* thread;
     {
         const std::lock_guard<platform::InternalLock> guard(usersLock);
         thread = m_thread.exchange(nullptr);
+        if (thread && thread->users > 0) {
+            thread->nextRetired = m_retired;
+            m_retired = std::exchange(thread, nullptr);
+        }
     }
     m_running = false;
     m_beginning = false;
     m_worker = 0;
-    Use::giveUp(thread);
+    platform::closeThread(thread);
 }
 
 }  // namespace OrvoSupport

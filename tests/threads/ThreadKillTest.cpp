@@ -6,13 +6,8 @@
 
 #include "threads/TestThreads.h"
 
-#if defined(__SANITIZE_ADDRESS__)
-#include <sanitizer/lsan_interface.h>
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#include <sanitizer/lsan_interface.h>
-#define __SANITIZE_ADDRESS__ 1
-#elif __has_feature(thread_sanitizer)
+#if defined(__has_feature)
+#if __has_feature(thread_sanitizer)
 #define __SANITIZE_THREAD__ 1
 #endif
 #endif
@@ -20,16 +15,6 @@
 namespace {
 
 using namespace thread_tests;
-
-/// A thread that is ended while it deals with another one never gives back its share of that one.
-struct LeaksAreExpected {
-#ifdef __SANITIZE_ADDRESS__
-    LeaksAreExpected() { __lsan_disable(); }
-    ~LeaksAreExpected() { __lsan_enable(); }
-#else
-    LeaksAreExpected() {}
-#endif
-};
 
 void expectLikeNew(OrvoThread& thread) {
     EXPECT_FALSE(thread.isAlive());
@@ -84,7 +69,6 @@ TEST(ThreadKillTest, endsAThreadThatSleeps) {
 }
 
 TEST(ThreadKillTest, endsAThreadThatWaitsForAnother) {
-    const LeaksAreExpected here;
     Door door;
     WorkThread other([&] { return door.pass(); });
     other.start();
