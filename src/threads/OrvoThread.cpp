@@ -147,8 +147,8 @@ void OrvoThread::start() {
         create();
 }
 
-// True if the object has a thread afterwards, which may have deleted it by then. Of several that come at once, one
-// creates the thread.
+// True if the object has a thread afterwards, which may have deleted it by then. Of several that come at
+// once, one creates the thread.
 bool OrvoThread::create() {
     if (m_beginning.exchange(true)) return true;
     if (m_thread) {
