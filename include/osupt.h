@@ -15,6 +15,7 @@
 #include "OrvoObjectStream.h"
 #include "OrvoProgramOptions.h"
 #include "OrvoProperties.h"
+#include "OrvoService.h"
 #include "OrvoString.h"
 #include "OrvoThread.h"
 #include "OrvoTimer.h"

@@ -39,6 +39,9 @@ bool setThreadPriority(Thread& thread, int level) noexcept;
 /// behind.
 void killThread(Thread& thread) noexcept;
 
+/// What the body returned, once the thread has ended. False when the system cannot tell.
+bool exitCodeOf(Thread& thread, int& exitCode) noexcept;
+
 /// Gives up the hold. The thread goes on, if it has not ended, and leaves nothing behind when it ends.
 void closeThread(Thread* thread) noexcept;
 

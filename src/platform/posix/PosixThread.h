@@ -20,6 +20,7 @@ struct PosixThread : Thread {
     std::atomic<int> holds{2};
     ThreadBody body = nullptr;
     void* argument = nullptr;
+    int exitCode = 0;  // what the body returned
     pthread_t id = {};
     Waitable ended{Waitable::Release::all};
     Interruption interruption;

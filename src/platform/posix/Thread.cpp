@@ -41,7 +41,7 @@ void* threadMain(void* argument) {
     } const stay{*static_cast<PosixThread*>(argument)};
     threadOfLibrary = &stay.thread;
     stay.thread.interruption.open();
-    stay.thread.body(stay.thread.argument);
+    stay.thread.exitCode = stay.thread.body(stay.thread.argument);
     return nullptr;
 }
 
@@ -110,6 +110,11 @@ bool setThreadPriority(Thread& thread, int level) noexcept {
 void killThread(Thread& thread) noexcept {
     posix(thread).interruption.end();
     joinThread(posix(thread));
+}
+
+bool exitCodeOf(Thread& thread, int& exitCode) noexcept {
+    exitCode = posix(thread).exitCode;
+    return true;
 }
 
 void closeThread(Thread* thread) noexcept {

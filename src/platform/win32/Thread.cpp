@@ -146,6 +146,13 @@ void killThread(Thread& thread) noexcept {
     ::WaitForSingleObject(thread.handle, INFINITE);
 }
 
+bool exitCodeOf(Thread& thread, int& exitCode) noexcept {
+    DWORD code = 0;
+    if (!::GetExitCodeThread(thread.handle, &code)) return false;
+    exitCode = static_cast<int>(code);
+    return true;
+}
+
 void closeThread(Thread* thread) noexcept {
     if (thread) leaveRegistry(own(*thread));
 }
