@@ -5,6 +5,7 @@
 #include <signal.h>
 
 #include <atomic>
+#include <mutex>
 
 #include "platform/Thread.h"
 #include "platform/posix/SignalRelay.h"
@@ -13,6 +14,7 @@ namespace OrvoSupport::platform {
 namespace {
 
 struct Watch {
+    std::mutex change;
     SignalRelay relay;
     std::atomic<Thread*> thread{nullptr};
     std::atomic<ConsoleHandler> handler{nullptr};
@@ -26,7 +28,7 @@ Watch& watch() {
 
 int relayToHandler(void*) {
     Watch& console = watch();
-    console.relay.unblock();
+    const SignalRelay::Reception reception(console.relay);
     while (const ConsoleHandler handler = console.handler) {
         const int signal = console.relay.take(-1);
         if (signal != SignalRelay::none) handler(signal == SIGINT ? consoleInterrupt : consoleBreak);
@@ -38,8 +40,9 @@ int relayToHandler(void*) {
 
 bool setConsoleHandler(ConsoleHandler handler) {
     Watch& console = watch();
+    const std::lock_guard<std::mutex> guard(console.change);
     if (console.handler.exchange(handler)) return true;
-    if (console.relay.open({SIGINT, SIGQUIT, SIGTERM, SignalRelay::none})) {
+    if (console.relay.open({SIGINT, SIGQUIT, SIGTERM})) {
         if (startThread(relayToHandler, nullptr, console.thread)) return true;
         console.relay.close();
     }
@@ -49,6 +52,7 @@ bool setConsoleHandler(ConsoleHandler handler) {
 
 void removeConsoleHandler() {
     Watch& console = watch();
+    const std::lock_guard<std::mutex> guard(console.change);
     if (!console.handler.exchange(nullptr)) return;
     console.relay.wake();
     Thread* const thread = console.thread.exchange(nullptr);

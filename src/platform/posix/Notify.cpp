@@ -1,48 +1,37 @@
 #include "platform/posix/Notify.h"
 
+#include <errno.h>
 #include <stddef.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
-#include "platform/posix/Descriptor.h"
-
 namespace OrvoSupport::platform {
-namespace {
 
-// The address is a path, or an abstract name written with a leading "@".
-bool notificationAddress(sockaddr_un& address, socklen_t& length) {
+// The address is a path, or an abstract name written with a leading "@". Neither needs a NUL at its end.
+bool NotifySocket::open() {
     const char* const name = ::getenv("NOTIFY_SOCKET");
     if (!name || (name[0] != '/' && name[0] != '@')) return false;
     const std::size_t size = ::strlen(name);
-    if (size < 2 || size >= sizeof address.sun_path) return false;
-    address = {};
-    address.sun_family = AF_UNIX;
-    ::memcpy(address.sun_path, name, size);
-    if (name[0] == '@') address.sun_path[0] = '\0';
-    length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + size);
-    return true;
+    if (size < 2 || size > sizeof m_address.sun_path) return false;
+    m_address = {};
+    m_address.sun_family = AF_UNIX;
+    ::memcpy(m_address.sun_path, name, size);
+    if (name[0] == '@') m_address.sun_path[0] = '\0';
+    m_length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + size);
+    m_socket = Descriptor(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    return static_cast<bool>(m_socket);
 }
 
-}  // namespace
+void NotifySocket::close() { m_socket = Descriptor(); }
 
-bool canNotify() {
-    sockaddr_un address;
-    socklen_t length;
-    return notificationAddress(address, length);
-}
-
-bool notify(const std::string& lines) {
-    sockaddr_un address;
-    socklen_t length;
-    if (!notificationAddress(address, length)) return false;
-    const Descriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-    if (!socket) return false;
-    return ::sendto(socket.get(), lines.data(), lines.size(), MSG_NOSIGNAL,
-                    reinterpret_cast<const sockaddr*>(&address),
-                    length) == static_cast<ssize_t>(lines.size());
+bool NotifySocket::send(const std::string& lines) const {
+    ssize_t sent;
+    do
+        sent = ::sendto(m_socket.get(), lines.data(), lines.size(), MSG_NOSIGNAL,
+                        reinterpret_cast<const sockaddr*>(&m_address), m_length);
+    while (sent < 0 && errno == EINTR);
+    return sent == static_cast<ssize_t>(lines.size());
 }
 
 std::int64_t watchdogInterval() {

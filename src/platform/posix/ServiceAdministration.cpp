@@ -4,14 +4,16 @@
 #include <fcntl.h>
 #include <limits.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdint>
+#include <memory>
+#include <string>
 
 #include "logging/Trace.h"
-#include "platform/CodePage.h"
 #include "platform/Process.h"
 #include "platform/ServiceControl.h"
 #include "platform/posix/Descriptor.h"
@@ -20,14 +22,19 @@
 namespace OrvoSupport::platform {
 namespace {
 
-const std::string unitFolder = OSUPT_UNIT_DIR;
+constexpr std::uint32_t stopped = 1;
+constexpr std::uint32_t startPending = 2;
+constexpr std::uint32_t stopPending = 3;
+constexpr std::uint32_t running = 4;
+
+constexpr char unitFolder[] = OSUPT_UNIT_DIR "/";
 
 /// One service; `entry` is empty for one that was there before.
 struct Unit {
     std::string name;  // of the unit
     ServiceEntry entry;
 
-    std::string path() const { return unitFolder + "/" + name; }
+    std::string path() const { return unitFolder + name; }
 };
 
 Unit& unitOf(ServiceHandle service) { return *static_cast<Unit*>(service); }
@@ -50,18 +57,33 @@ int systemctl(const std::string& arguments, int output) {
     how.standardInput = reinterpret_cast<void*>(-1);
     how.standardOutput = reinterpret_cast<void*>(static_cast<std::intptr_t>(output));
     how.awaited = true;
-    if (process.start(systemctlPath() + " --quiet --no-ask-password " + arguments, how) !=
-        ProcessStarted::yes)
+    if (process.start(systemctlPath() + " --no-ask-password " + arguments, how) != ProcessStarted::yes)
         return -1;
     return process.wait();
 }
 
-bool systemctl(const std::string& arguments) {
+bool tell(const std::string& arguments) {
     const Descriptor nowhere(::open("/dev/null", O_WRONLY | O_CLOEXEC));
-    return systemctl(arguments, nowhere.get()) == 0;
+    return systemctl("--quiet " + arguments, nowhere.get()) == 0;
+}
+
+/// The first line of what systemctl says, whatever its exit code; some answers have one of their own.
+std::string ask(const std::string& arguments) {
+    const Descriptor file(::memfd_create("answer", MFD_CLOEXEC));
+    if (!file) return std::string();
+    systemctl(arguments, file.get());
+    char buffer[512];
+    const ssize_t length = ::pread(file.get(), buffer, sizeof buffer, 0);
+    const std::string text(buffer, length > 0 ? static_cast<std::size_t>(length) : 0);
+    return text.substr(0, text.find('\n'));
 }
 
 std::string quoted(const std::string& unit) { return " -- \"" + unit + "\""; }
+
+// Also in another folder than ours, whose unit ours would hide.
+bool isKnown(const Unit& unit) {
+    return ask("show --property=LoadState --value" + quoted(unit.name)) != "not-found";
+}
 
 bool writeAll(int file, const std::string& text) {
     for (std::size_t done = 0; done < text.size();) {
@@ -75,26 +97,21 @@ bool writeAll(int file, const std::string& text) {
 // The file appears whole or not at all.
 bool writeUnit(const Unit& unit, const std::string& text, bool replace) {
     const std::string path = unit.path();
-    const std::string scratch = path + "~";  // no unit, by its name
-    const Descriptor file(
-        ::open(scratch.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0644));
-    bool good = file && writeAll(file.get(), text) && ::fsync(file.get()) == 0;
+    std::string scratch = std::string(unitFolder) + ".osupt-XXXXXX";  // no unit, by its name
+    const Descriptor file(::mkostemp(scratch.data(), O_CLOEXEC));
+    bool good =
+        file && ::fchmod(file.get(), 0644) == 0 && writeAll(file.get(), text) && ::fsync(file.get()) == 0;
     if (good && replace) good = ::rename(scratch.c_str(), path.c_str()) == 0;
     if (good && !replace) good = ::link(scratch.c_str(), path.c_str()) == 0;
     lastError = good ? 0 : errno;
-    ::unlink(scratch.c_str());
+    if (file) ::unlink(scratch.c_str());
     return good;
 }
 
+// The name goes into the record in a form that cannot end it.
 void refuse(const std::string& serviceName, const char* reason) {
-    trace(3, "OrvoService::install: ", reason, ": ", serviceName);
+    trace(3, "OrvoService::install: ", reason, ": ", unitName(serviceName));
     lastError = EINVAL;
-}
-
-std::string toUtf8(const std::wstring& text) {
-    std::string bytes(4 * text.size(), '\0');
-    bytes.resize(toNarrow(CodePage::utf8, text.data(), text.size(), bytes.data()));
-    return bytes;
 }
 
 bool exists(const Unit& unit) {
@@ -120,7 +137,7 @@ unsigned long lastAdministrationError() { return static_cast<unsigned long>(last
 ManagerHandle openServiceManager() {
     // A system that was not booted with systemd has no service manager that could be talked to.
     lastError = ::access("/run/systemd/system", F_OK) != 0 || systemctlPath().empty() ? ENOENT : 0;
-    if (lastError == 0 && ::access(unitFolder.c_str(), W_OK) != 0) lastError = errno;
+    if (lastError == 0 && ::access(unitFolder, W_OK) != 0) lastError = errno;
     return lastError == 0 ? &theManager : nullptr;
 }
 
@@ -130,15 +147,16 @@ ServiceHandle createService(ManagerHandle, const ServiceEntry& entry) {
         refuse(entry.serviceName, "not a name for a service");
         return nullptr;
     }
-    if (!unitText(entry, entry.displayName, text)) {
+    if (!unitText(entry, toUnitText(entry.displayName), text)) {
         refuse(entry.serviceName, "a line break or the like in what describes the service");
         return nullptr;
     }
     std::unique_ptr<Unit> unit(new Unit{unitName(entry.serviceName), entry});
-    if (!writeUnit(*unit, text, false)) return nullptr;
-    if (systemctl("daemon-reload") && systemctl("enable" + quoted(unit->name))) return unit.release();
-    lastError = EIO;
+    lastError = EEXIST;
+    if (isKnown(*unit) || !writeUnit(*unit, text, false)) return nullptr;
+    if (tell("daemon-reload") && tell("enable" + quoted(unit->name))) return unit.release();
     deleteService(unit.get());
+    lastError = EIO;
     return nullptr;
 }
 
@@ -146,9 +164,9 @@ bool setServiceDescription(ServiceHandle service, const std::wstring& descriptio
     const Unit& unit = unitOf(service);
     std::string text;
     lastError = EINVAL;
-    if (!unitText(unit.entry, toUtf8(description), text) || !writeUnit(unit, text, true)) return false;
+    if (!unitText(unit.entry, toUnitText(description), text) || !writeUnit(unit, text, true)) return false;
     lastError = EIO;
-    return systemctl("daemon-reload");
+    return tell("daemon-reload");
 }
 
 ServiceHandle openService(ManagerHandle, const std::string& serviceName) {
@@ -159,33 +177,33 @@ ServiceHandle openService(ManagerHandle, const std::string& serviceName) {
 
 bool stopService(ServiceHandle service) {
     std::uint32_t state = 0;
-    if (!queryServiceState(service, state) || state == 1) return false;
-    return systemctl("stop --no-block" + quoted(unitOf(service).name));
+    if (!queryServiceState(service, state) || state == stopped) return false;
+    return tell("stop --no-block" + quoted(unitOf(service).name));
 }
 
+// The answer has to come from commands that do not look at the unit's command line: systemd cannot hand out
+// one that is not UTF-8.
 bool queryServiceState(ServiceHandle service, std::uint32_t& state) {
-    const Descriptor file(::memfd_create("state", MFD_CLOEXEC));
-    if (!file) return false;
-    if (systemctl("show --property=ActiveState --value" + quoted(unitOf(service).name), file.get()) != 0)
-        return false;
-    char buffer[32];
-    const ssize_t length = ::pread(file.get(), buffer, sizeof buffer, 0);
-    const std::string text(buffer, length > 0 ? static_cast<std::size_t>(length) : 0);
-    const std::string word = text.substr(0, text.find('\n'));
-    state = word == "activating"                      ? 2
-            : word == "deactivating"                  ? 3
-            : word == "active" || word == "reloading" ? 4
-                                                      : 1;
+    const std::string& unit = unitOf(service).name;
+    const std::string word = ask("is-active" + quoted(unit));
+    state = word == "activating"                      ? startPending
+            : word == "deactivating"                  ? stopPending
+            : word == "active" || word == "reloading" ? running
+                                                      : stopped;
+    // Others that depend on it may have to stop first.
+    const bool isToStop = state == running && !ask("list-jobs --no-legend" + quoted(unit)).empty();
+    if (isToStop) state = stopPending;
     return !word.empty();
 }
 
 bool deleteService(ServiceHandle service) {
     const Unit& unit = unitOf(service);
-    systemctl("disable" + quoted(unit.name));
+    tell("disable" + quoted(unit.name));
     const bool removed = ::unlink(unit.path().c_str()) == 0;
-    lastError = removed ? 0 : errno;
-    systemctl("daemon-reload");
-    systemctl("reset-failed" + quoted(unit.name));  // or a failed one would stay listed
+    const int error = errno;
+    tell("daemon-reload");
+    if (ask("is-active" + quoted(unit.name)) == "failed") tell("reset-failed" + quoted(unit.name));
+    lastError = removed ? 0 : error;
     return removed;
 }
 

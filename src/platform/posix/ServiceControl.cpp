@@ -8,6 +8,7 @@
 #include <atomic>
 #include <mutex>
 #include <sstream>
+#include <utility>
 #include <vector>
 
 #include "platform/Clock.h"
@@ -24,18 +25,29 @@ constexpr std::uint32_t stopPending = 3;
 constexpr std::uint32_t controlInterrogate = 4;
 constexpr int nanosecondsPerMillisecond = 1000000;
 
-/// What runs and who listens. It outlives the dispatcher, since the thread that reports the end does.
+/// What runs and who listens. It outlives the dispatcher, since a thread that reports late may too.
 struct Dispatch {
-    SignalRelay relay;
     ServiceMain main = nullptr;
     std::string serviceName;
     std::atomic<ControlHandler> handler{nullptr};
     std::atomic<bool> ended{true};
-    std::mutex ending;  // between the report of the end and the closing of the relay
+    std::mutex reporting;  // between reports and the closing of what follows
+    NotifySocket socket;
+    SignalRelay relay;
 
-    void end() {
-        const std::lock_guard<std::mutex> guard(ending);
-        if (!ended.exchange(true)) relay.wake();
+    bool report(const std::string& lines, bool isLast) {
+        const std::lock_guard<std::mutex> guard(reporting);
+        if (ended) return false;
+        const bool taken = lines.empty() || socket.send(lines);
+        ended = isLast;
+        if (isLast) relay.wake();
+        return taken;
+    }
+    void close() {
+        const std::lock_guard<std::mutex> guard(reporting);
+        ended = true;
+        socket.close();
+        relay.close();
     }
 };
 
@@ -61,14 +73,14 @@ int runMain(void*) {
     for (std::string& text : arguments) argv.push_back(text.data());
     dispatch.main(static_cast<std::uint32_t>(argv.size()), argv.data());
     // One that has not even registered cannot say that it stopped.
-    if (!dispatch.handler) dispatch.end();
+    if (!dispatch.handler) dispatch.report("", true);
     return 0;
 }
 
-/// Answers systemd's watchdog, if it has one for this process, as long as the service is alive.
+/// When systemd's watchdog, if it has one for this process, is due to hear that the service is alive.
 class Watchdog {
 public:
-    explicit Watchdog(ServiceAlive alive) : m_alive(alive), m_interval(watchdogInterval() / 2) {}
+    Watchdog() : m_interval(watchdogInterval() / 2) {}
 
     /// Milliseconds until the next answer is due, -1 for never.
     int untilNext() const {
@@ -76,23 +88,23 @@ public:
         const std::int64_t left = m_last + m_interval - monotonicNanoseconds();
         return left <= 0 ? 0 : static_cast<int>(left / nanosecondsPerMillisecond) + 1;
     }
-    void answerIfDue() {
-        if (untilNext() != 0) return;
+    bool isDue() {
+        if (untilNext() != 0) return false;
         m_last = monotonicNanoseconds();
-        if (m_alive()) notify("WATCHDOG=1");
+        return true;
     }
 
 private:
-    const ServiceAlive m_alive;
     const std::int64_t m_interval;  // nanoseconds; half of what systemd waits, 0 without a watchdog
     std::int64_t m_last = 0;
 };
 
 void passControlsUntilEnded(Dispatch& dispatch, ServiceAlive alive) {
-    Watchdog watchdog(alive);
+    const SignalRelay::Reception reception(dispatch.relay);
+    Watchdog watchdog;
     bool stopWanted = false;
     while (!dispatch.ended) {
-        watchdog.answerIfDue();
+        if (watchdog.isDue() && alive()) dispatch.report("WATCHDOG=1", false);
         const int signal = dispatch.relay.take(watchdog.untilNext());
         const ControlHandler handler = dispatch.handler;
         stopWanted = stopWanted || signal == SIGTERM;
@@ -105,12 +117,14 @@ void passControlsUntilEnded(Dispatch& dispatch, ServiceAlive alive) {
 
 std::string notificationOf(const ServiceStatus& status) {
     const std::string extension =
-        "EXTEND_TIMEOUT_USEC=" + std::to_string(std::uint64_t{status.waitHint} * 1000);
+        status.waitHint == 0
+            ? ""
+            : "EXTEND_TIMEOUT_USEC=" + std::to_string(std::uint64_t{status.waitHint} * 1000) + "\n";
     const std::string point = "check point " + std::to_string(status.checkPoint);
     switch (status.currentState) {
         case stopped: return "STATUS=Stopped";
-        case startPending: return extension + "\nSTATUS=Starting, " + point;
-        case stopPending: return "STOPPING=1\n" + extension + "\nSTATUS=Stopping, " + point;
+        case startPending: return extension + "STATUS=Starting, " + point;
+        case stopPending: return "STOPPING=1\n" + extension + "STATUS=Stopping, " + point;
         default: return "READY=1\nSTATUS=Running";
     }
 }
@@ -119,14 +133,16 @@ std::string notificationOf(const ServiceStatus& status) {
 
 bool runServiceDispatcher(const std::string& serviceName, ServiceMain main, ServiceAlive alive) {
     Dispatch& dispatch = theDispatch();
-    if (!canNotify() || !dispatch.relay.open({SIGTERM, SIGHUP, SignalRelay::none, SignalRelay::none}))
-        return false;
-    dispatch.relay.unblock();
+    NotifySocket socket;
+    if (!socket.open()) return false;
+    if (!dispatch.relay.open({SIGTERM, SIGHUP})) return false;  // as while another one runs
+    dispatch.socket = std::move(socket);
     dispatch.main = main;
     dispatch.serviceName = serviceName;
     dispatch.handler = nullptr;
     dispatch.ended = false;
 
+    // Started first: what the host starts from there has the signals that the host wants.
     std::atomic<Thread*> thread{nullptr};
     const bool started = startThread(runMain, nullptr, thread);
     if (started) {
@@ -134,9 +150,7 @@ bool runServiceDispatcher(const std::string& serviceName, ServiceMain main, Serv
         waitForOne(thread.load()->handle, -1);
         closeThread(thread);
     }
-    const std::lock_guard<std::mutex> guard(dispatch.ending);
-    dispatch.ended = true;
-    dispatch.relay.close();
+    dispatch.close();
     return started;
 }
 
@@ -150,10 +164,8 @@ void* registerControlHandler(const std::string&, ControlHandler handler) {
 
 bool reportServiceStatus(void* statusHandle, const ServiceStatus& status) {
     Dispatch& dispatch = theDispatch();
-    if (statusHandle != &dispatch || dispatch.ended) return false;
-    const bool taken = notify(notificationOf(status));
-    if (status.currentState == stopped) dispatch.end();
-    return taken;
+    return statusHandle == &dispatch &&
+           dispatch.report(notificationOf(status), status.currentState == stopped);
 }
 
 }  // namespace OrvoSupport::platform

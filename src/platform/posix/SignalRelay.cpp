@@ -1,76 +1,112 @@
 #include "platform/posix/SignalRelay.h"
 
 #include <errno.h>
-#include <fcntl.h>
 #include <poll.h>
+#include <sched.h>
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cstdint>
+
+#include "platform/posix/Sanitizers.h"
 
 namespace OrvoSupport::platform {
 namespace {
 
-// Where the handler writes. A handler that is just running when the relay closes may still write there once:
-// into a pipe that nobody reads, or nowhere.
-std::atomic<int> theWriteEnd{-1};
+constexpr int signals = 32;  // the standard ones are below
 
-void relay(int signal) {
+// What the handler needs of the relay that is open.
+std::atomic<pid_t> theProcess{0};  // 0 while none is open
+std::atomic<int> theEvent{-1};
+std::atomic<unsigned> arrived{0};  // a bit for each signal
+std::atomic<int> handlersAtWork{0};
+struct sigaction actionsBefore[signals];
+
+void announce() {
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const ssize_t written = ::write(theEvent, &one, sizeof one);
+}
+
+void relay(int signal, siginfo_t*, void*) {
     const int error = errno;
-    const char message = static_cast<char>(signal);
-    // A full pipe holds more of the same already.
-    [[maybe_unused]] const ssize_t written = ::write(theWriteEnd, &message, 1);
+    if (::getpid() == theProcess) {
+        ++handlersAtWork;
+        arrived |= 1U << signal;
+        announce();
+        --handlersAtWork;
+    } else {  // a copy of the process; the signal comes again as soon as this returns
+        ::sigaction(signal, &actionsBefore[signal], nullptr);
+        ::raise(signal);
+    }
     errno = error;
+}
+
+int nextArrived() {
+    for (int signal = 1; signal < signals; ++signal) {
+        const unsigned bit = 1U << signal;
+        if ((arrived & bit) && (arrived.fetch_and(~bit) & bit)) return signal;
+    }
+    return SignalRelay::none;
 }
 
 }  // namespace
 
-bool SignalRelay::open(const std::array<int, most>& signals) {
-    int ends[2];
-    if (::pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) return false;
-    Descriptor readEnd(ends[0]);
-    Descriptor writeEnd(ends[1]);
-    int nobody = -1;
-    if (!theWriteEnd.compare_exchange_strong(nobody, writeEnd.get())) return false;
-    m_read = std::move(readEnd);
-    m_write = std::move(writeEnd);
-    m_signals = signals;
+bool SignalRelay::open(const std::vector<int>& wanted) {
+    pid_t nobody = 0;
+    if (!theProcess.compare_exchange_strong(nobody, ::getpid())) return false;
+    const int event = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (event < 0) {
+        theProcess = 0;
+        return false;
+    }
+    theEvent = event;
+    arrived = 0;
+    m_open = true;
+    m_signals = wanted;
 
     struct sigaction action = {};
-    action.sa_handler = relay;
-    action.sa_flags = SA_RESTART;
+    action.sa_sigaction = relay;
+    action.sa_flags = SA_RESTART | SA_SIGINFO;
     ::sigfillset(&action.sa_mask);
-    for (std::size_t i = 0; i < most; ++i)
-        if (m_signals[i] != none) ::sigaction(m_signals[i], &action, &m_before[i]);
+    for (const int signal : m_signals) {
+        ::sigaction(signal, nullptr, &actionsBefore[signal]);
+        ::sigaction(signal, &action, nullptr);
+        deliverAtOnce(signal, relay);
+    }
     return true;
 }
 
 void SignalRelay::close() {
-    if (!m_write) return;
-    for (std::size_t i = 0; i < most; ++i)
-        if (m_signals[i] != none) ::sigaction(m_signals[i], &m_before[i], nullptr);
-    theWriteEnd = -1;
-    m_read = Descriptor();
-    m_write = Descriptor();
-}
-
-void SignalRelay::unblock() const {
-    sigset_t set;
-    ::sigemptyset(&set);
-    for (const int signal : m_signals)
-        if (signal != none) ::sigaddset(&set, signal);
-    ::pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
+    if (!m_open) return;
+    m_open = false;
+    for (const int signal : m_signals) ::sigaction(signal, &actionsBefore[signal], nullptr);
+    // A handler may just run on another thread. One that comes later writes nowhere.
+    const int event = theEvent.exchange(-1);
+    while (handlersAtWork != 0) ::sched_yield();
+    ::close(event);
+    theProcess = 0;
 }
 
 int SignalRelay::take(int timeoutMs) {
-    pollfd waited = {m_read.get(), POLLIN, 0};
-    if (::poll(&waited, 1, timeoutMs) <= 0) return none;  // also when a signal came; it is in the pipe then
-    char message = none;
-    return ::read(m_read.get(), &message, 1) == 1 ? message : none;
+    if (const int signal = nextArrived()) return signal;
+    pollfd waited = {theEvent, POLLIN, 0};
+    if (::poll(&waited, 1, timeoutMs) <= 0)
+        return none;  // also when a signal came; the next poll knows of it
+    std::uint64_t count;
+    [[maybe_unused]] const ssize_t got = ::read(waited.fd, &count, sizeof count);
+    return nextArrived();
 }
 
-void SignalRelay::wake() {
-    const char message = none;
-    [[maybe_unused]] const ssize_t written = ::write(m_write.get(), &message, 1);
+void SignalRelay::wake() { announce(); }
+
+SignalRelay::Reception::Reception(const SignalRelay& relay) {
+    sigset_t set;
+    ::sigemptyset(&set);
+    for (const int signal : relay.m_signals) ::sigaddset(&set, signal);
+    ::pthread_sigmask(SIG_UNBLOCK, &set, &m_before);
 }
+
+SignalRelay::Reception::~Reception() { ::pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
 
 }  // namespace OrvoSupport::platform

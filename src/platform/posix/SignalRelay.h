@@ -4,45 +4,52 @@
 
 #include <signal.h>
 
-#include <array>
-#include <cstddef>
-
-#include "platform/posix/Descriptor.h"
+#include <vector>
 
 namespace OrvoSupport::platform {
 
 /// Catches signals of the process from open() until close() and hands them to a thread that waits for them,
 /// so that nothing but one write() runs in signal context. What was done with the signals before is restored.
+/// A copy that fork() makes of the process knows nothing of this: signals to it do there what they did before
+/// open(). Of a signal that comes again before it is taken, one is handed over, as the system itself does.
 ///
 /// Thread safety: wake() from any thread; open() and close() around all take() calls of one thread. One
 /// object at a time is open in a process.
 class SignalRelay {
 public:
     static constexpr int none = 0;
-    static constexpr std::size_t most = 4;
 
     SignalRelay() = default;
     SignalRelay(const SignalRelay&) = delete;
     SignalRelay& operator=(const SignalRelay&) = delete;
     ~SignalRelay() { close(); }
 
-    /// Takes numbers of signals, filled up with `none`. False when another relay is open or the system is out
-    /// of descriptors.
-    bool open(const std::array<int, most>& signals);
+    /// Takes numbers of standard signals. False when another relay is open or the system is out of
+    /// descriptors.
+    bool open(const std::vector<int>& signals);
     void close();
 
-    /// Lets the calling thread receive the signals even where the host has all of them blocked.
-    void unblock() const;
     /// Waits for the next signal, up to `timeoutMs` milliseconds (-1 for ever), and returns its number;
-    /// `none` when the time ran out or somebody called wake().
+    /// `none` when the time ran out, when somebody called wake(), and now and then for no reason.
     int take(int timeoutMs);
     void wake();
 
+    /// Lets the thread that makes it receive the signals of an open relay, even where the host has all of
+    /// them blocked, until it is destroyed.
+    class Reception {
+    public:
+        explicit Reception(const SignalRelay& relay);
+        ~Reception();
+        Reception(const Reception&) = delete;
+        Reception& operator=(const Reception&) = delete;
+
+    private:
+        sigset_t m_before;
+    };
+
 private:
-    std::array<int, most> m_signals{};
-    std::array<struct sigaction, most> m_before{};
-    Descriptor m_read;
-    Descriptor m_write;
+    bool m_open = false;
+    std::vector<int> m_signals;
 };
 
 }  // namespace OrvoSupport::platform

@@ -16,8 +16,13 @@ bool isServiceName(const std::string& serviceName);
 /// units.
 std::string unitName(const std::string& serviceName);
 
-/// The text of the unit. False when the entry holds what a unit cannot say: a control character anywhere, or
-/// a dependency that is no service name. `description` is UTF-8.
+/// Text as a unit holds it, which is UTF-8. Narrow text that is not UTF-8 is in the ANSI code page.
+std::string toUnitText(const std::string& text);
+std::string toUnitText(const std::wstring& text);
+
+/// The text of the unit. False when the entry holds what a unit cannot say: a control character (a tab
+/// between arguments apart), a quote or a backslash in the program's path, or a dependency that is no service
+/// name. `description` is from toUnitText().
 bool unitText(const ServiceEntry& entry, const std::string& description, std::string& text);
 
 }  // namespace OrvoSupport::platform
