@@ -15,9 +15,11 @@ using testing_support::ChildProcess;
 /// A thread that computes for ever; nobody ever destroys it.
 OrvoThread& leakedThread() {
     static Counter counters[8];
+    static WorkThread* threads[8];
     static std::size_t used = 0;
-    Counter& counter = counters[used++];
-    auto* const thread = new WorkThread([&counter] { return counter.count(); });
+    Counter& counter = counters[used];
+    WorkThread*& thread = threads[used++];
+    thread = new WorkThread([&counter] { return counter.count(); });
     thread->start();
     if (!counter.runs()) std::abort();
     return *thread;
