@@ -8,11 +8,12 @@
 #include <cstdlib>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 
-#include "OrvoCriticalSection.h"
 #include "config/RegistryText.h"
 #include "logging/Trace.h"
+#include "platform/InternalLock.h"
 #include "platform/PropertyFile.h"
 
 namespace OrvoSupport::platform {
@@ -40,8 +41,11 @@ public:
     /// None for anything but a regular file.
     static std::optional<Stamp> of(const char* fileName) {
         struct stat status;
-        if (::stat(fileName, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
-        return Stamp(status);
+        return made(::stat(fileName, &status) == 0, status);
+    }
+    static std::optional<Stamp> of(std::FILE* file) {
+        struct stat status;
+        return made(::fstat(::fileno(file), &status) == 0, status);
     }
 
     bool operator==(const Stamp& other) const {
@@ -63,20 +67,22 @@ public:
 private:
     explicit Stamp(const struct stat& status) : m_status(status) {}
 
+    static std::optional<Stamp> made(bool isKnown, const struct stat& status) {
+        return isKnown && S_ISREG(status.st_mode) ? std::optional(Stamp(status)) : std::nullopt;
+    }
+
     struct stat m_status;
 };
 
 // All of a file; none if it cannot be read to its end.
-std::optional<std::string> contentsOf(const char* fileName) {
-    const FilePointer file(openForReading(fileName));
-    if (!file) return std::nullopt;
+std::optional<std::string> contentsOf(std::FILE* file) {
     std::string bytes;
     std::size_t size = 0;
     do {
         bytes.resize(2 * size + 64 * 1024);
-        size += std::fread(&bytes[size], 1, bytes.size() - size, file.get());
+        size += std::fread(&bytes[size], 1, bytes.size() - size, file);
     } while (size == bytes.size());
-    if (std::ferror(file.get())) return std::nullopt;
+    if (std::ferror(file)) return std::nullopt;
     bytes.resize(size);
     return bytes;
 }
@@ -89,29 +95,38 @@ struct Reading {
     std::size_t hash = 0;
     std::shared_ptr<const RegistryText> text = std::make_shared<RegistryText>();
 };
+using ReadingPointer = std::shared_ptr<const Reading>;
 
-// The file that was read last, for all threads. The lock is a mutex, which outlives a thread that is ended.
+// The file that was read last, for all threads. It is never destroyed: a host may still ask while static
+// objects are being destroyed.
 class LastReading {
 public:
-    static LastReading& instance() {
-        static LastReading last;
-        return last;
-    }
+    constexpr LastReading() : m_reading() {}
+    ~LastReading() {}
 
-    Reading get() {
-        OrvoCriticalSection guard(m_lock);
+    ReadingPointer get() {
+        const std::lock_guard guard(m_lock);
         return m_reading;
     }
 
-    void set(Reading reading) {
-        OrvoCriticalSection guard(m_lock);
-        std::swap(m_reading, reading);
+    void set(ReadingPointer reading) {
+        const std::lock_guard guard(m_lock);
+        m_reading.swap(reading);
     }
 
 private:
-    OrvoCriticalSectionObject m_lock;
-    Reading m_reading;
+    InternalLock m_lock;
+    union {
+        ReadingPointer m_reading;
+    };
 };
+
+LastReading lastReading;
+
+// Lets go of the file when the library is unloaded.
+const struct Release {
+    ~Release() { lastReading.set(nullptr); }
+} release;
 
 // Outside the lock: a thread that has a record open may be the one that waits for it.
 void tellDamage(const RegistryText& text, const std::string& fileName) {
@@ -120,28 +135,38 @@ void tellDamage(const RegistryText& text, const std::string& fileName) {
               " of file ", fileName);
 }
 
-std::shared_ptr<const RegistryText> currentText() {
-    Reading last = LastReading::instance().get();
-    const std::string fileName = registryFile();
-    const std::optional<Stamp> stamp = Stamp::of(fileName.c_str());
-    if (stamp && stamp == last.stamp && fileName == last.fileName) return last.text;
-
-    const bool isSettled = stamp && stamp->isSettled();
-    const auto bytes = stamp ? contentsOf(fileName.c_str()) : std::nullopt;
-    if (!bytes) return std::make_shared<RegistryText>();
+// The file as it is now, beside how it was when it was read last; null if it cannot be read.
+ReadingPointer read(const std::string& fileName, const ReadingPointer& last) {
+    const FilePointer file(openForReading(fileName.c_str()));
+    std::optional<Stamp> stamp = file ? Stamp::of(file.get()) : std::nullopt;
+    if (!stamp) return nullptr;
+    if (!stamp->isSettled()) stamp.reset();
+    const auto bytes = contentsOf(file.get());
+    if (!bytes) return nullptr;
     const std::size_t hash = std::hash<std::string>()(*bytes);
-    const bool isKnown = fileName == last.fileName && bytes->size() == last.size && hash == last.hash;
-    const auto text = isKnown ? last.text : std::make_shared<RegistryText>(*bytes);
-    LastReading::instance().set({fileName, isSettled ? stamp : std::nullopt, bytes->size(), hash, text});
-    if (!isKnown) tellDamage(*text, fileName);
-    return text;
+    const bool isKnown =
+        last && fileName == last->fileName && bytes->size() == last->size && hash == last->hash;
+    const auto text = isKnown ? last->text : std::make_shared<RegistryText>(*bytes);
+    return std::make_shared<Reading>(Reading{fileName, stamp, bytes->size(), hash, text});
+}
+
+std::shared_ptr<const RegistryText> currentText() {
+    const ReadingPointer last = lastReading.get();
+    const std::string fileName = registryFile();
+    if (last && last->stamp && last->fileName == fileName && last->stamp == Stamp::of(fileName.c_str()))
+        return last->text;
+    const ReadingPointer current = read(fileName, last);
+    if (!current) return nullptr;
+    lastReading.set(current);
+    if (!last || current->text != last->text) tellDamage(*current->text, fileName);
+    return current->text;
 }
 
 }  // namespace
 
 bool readMachineValue(const char* keyPath, const char* valueName, RegistryValue& value) {
     const auto text = currentText();
-    const RegistryValue* found = text->find(keyPath, valueName);
+    const RegistryValue* found = text ? text->find(keyPath, valueName) : nullptr;
     if (found) value = *found;
     return found != nullptr;
 }

@@ -2,12 +2,14 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <thread>
 
 #include "OrvoExpandString.h"
@@ -20,6 +22,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing_support::ChildProcess;
 using testing_support::LogCapture;
 using testing_support::setEnvironment;
 using testing_support::TempFolder;
@@ -131,6 +134,46 @@ TEST_F(RegistryFileTest, tellsDamagedLinesAtLevelFive) {
     OrvoLogging::getInstance().setLogLevel(5);
     EXPECT_EQ("a", value());
     EXPECT_EQ(1u, log.records("OrvoGetEnvironmentVariable").size());
+}
+
+OSUPT_CHILD(readRegistryAtExit) {
+    std::atexit([] { ::_exit(OrvoGetEnvironmentVariable("Software\\X\\v") == "a" ? 7 : 8); });
+    // Whatever the library makes at the first look-up is destroyed before that is called.
+    return OrvoGetEnvironmentVariable("Software\\X\\v") == "a" ? 0 : 9;
+}
+
+TEST_F(RegistryFileTest, isReadUntilTheProcessEnds) {
+    writeFile(name, fileWith("a"));
+    ChildProcess child("readRegistryAtExit");
+    EXPECT_EQ(7, child.wait()) << child.output();
+}
+
+// Whatever other threads were about when the process was forked.
+TEST_F(RegistryFileTest, isReadByForkedProcesses) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "the heap of sanitizers may stay locked in forked processes";
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+    GTEST_SKIP() << "the heap of sanitizers may stay locked in forked processes";
+#endif
+#endif
+    writeFile(name, fileWith("a"));
+    std::atomic<bool> done{false};
+    std::thread reader([&] {
+        while (!done) value();
+    });
+    int status = 7 << 8;
+    for (int i = 0; i < 50 && status == 7 << 8; ++i) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            ::alarm(60);
+            ::_exit(value() == "a" ? 7 : 8);
+        }
+        EXPECT_EQ(child, ::waitpid(child, &status, 0));
+    }
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 7) << status;
+    done = true;
+    reader.join();
 }
 
 TEST_F(RegistryFileTest, mayBeLarge) {
