@@ -58,9 +58,19 @@ std::optional<std::string> hexBytes(std::wstring_view list) {
     return bytes;
 }
 
+// The name that all spellings of a key have in common. The registry takes several backslashes for one and
+// does not mind one at the end, yet knows no key that starts with one.
+std::wstring keyName(std::wstring_view path) {
+    std::wstring name = foldedName(path);
+    const auto isRepeated = [](wchar_t a, wchar_t b) { return a == L'\\' && b == a; };
+    name.erase(std::unique(name.begin(), name.end(), isRepeated), name.end());
+    if (name.size() > 1 && name.back() == L'\\') name.pop_back();
+    return name;
+}
+
 // How the map spells the name of a value; no name that anybody asks for holds a NUL.
-std::wstring fullName(const std::wstring& foldedKey, std::wstring_view valueName) {
-    return foldedKey + L'\0' + foldedName(valueName);
+std::wstring fullName(const std::wstring& key, std::wstring_view valueName) {
+    return key + L'\0' + foldedName(valueName);
 }
 
 // Goes through a text line by line and hands on each value of the machine's keys.
@@ -104,7 +114,7 @@ private:
         m_key.reset();
         const std::size_t close = line.rfind(L']');
         if (close == none) return false;
-        const std::wstring name = foldedName(line.substr(1, close - 1));
+        const std::wstring name = keyName(line.substr(1, close - 1));
         std::wstring_view path = name;
         if (takeStart(path, machine) && (path.empty() || takeStart(path, L"\\"))) m_key = std::wstring(path);
         return true;
@@ -116,12 +126,14 @@ private:
         std::size_t at = static_cast<std::size_t>(line.data() - m_text.data());
         if (line[0] == L'@')
             ++at;
-        else if (line[0] != L'"' || !readQuoted(++at, m_name, false))
+        else if (line[0] != L'"' || !readQuoted(++at, m_name))
             return false;
         at = m_text.find_first_not_of(blanks, at);
         if (at == none || m_text[at] != L'=') return false;
         at = m_text.find_first_not_of(blanks, at + 1);
-        return at != none && readData(at);
+        if (at == none) return false;
+        skipTo(at);
+        return readData(at);
     }
 
     bool readData(std::size_t at) {
@@ -152,19 +164,19 @@ private:
         return true;
     }
 
-    // A text may hold line ends as they are. Without a quote at the end of a line it is taken for a damaged
-    // line rather than for one that swallows the lines that follow.
     bool readText(std::size_t at) {
         std::wstring text;
-        if (!readQuoted(at, text, true)) return false;
+        if (!readQuoted(at, text)) return false;
         if (!withoutComment(lineAt(at)).empty()) return false;
         skipTo(at);
         m_value = RegistryValue{RegistryType::text, ansiFromWide(text)};
         return true;
     }
 
-    // Reads up to the closing quote and leaves `at` behind it.
-    bool readQuoted(std::size_t& at, std::wstring& text, bool overLines) const {
+    // Reads up to the closing quote and leaves `at` behind it. A name or a text may hold line ends as they
+    // are. If what has to follow the quote does not, it is the first of some line further on: then the line
+    // at hand is damaged, and does not swallow those that follow.
+    bool readQuoted(std::size_t& at, std::wstring& text) const {
         static constexpr std::wstring_view escaped = L"\\\"nr0";
         static constexpr std::wstring_view meant(L"\\\"\n\r\0", 5);
         for (; at < m_text.size(); ++at) {
@@ -173,7 +185,6 @@ private:
                 ++at;
                 return true;
             }
-            if (c == L'\n' && !overLines) return false;
             if (c == L'\\') {
                 const std::size_t which = ++at < m_text.size() ? escaped.find(m_text[at]) : none;
                 if (which == none) return false;
@@ -217,7 +228,7 @@ private:
     bool m_isAnsi;
     std::size_t m_next = 0;  // behind the line at hand
     std::size_t m_line = 0;
-    std::optional<std::wstring> m_key;  // folded and without the machine; none: not one of the machine's
+    std::optional<std::wstring> m_key;  // a keyName without the machine; none: not one of the machine's
     std::wstring m_name;
     std::optional<RegistryValue> m_value;
 };
@@ -233,7 +244,7 @@ RegistryText::RegistryText(std::string_view bytes) {
 }
 
 const RegistryValue* RegistryText::find(std::string_view keyPath, std::string_view valueName) const {
-    const auto found = m_values.find(fullName(foldedName(wideFromAnsi(keyPath)), wideFromAnsi(valueName)));
+    const auto found = m_values.find(fullName(keyName(wideFromAnsi(keyPath)), wideFromAnsi(valueName)));
     return found == m_values.end() ? nullptr : &found->second;
 }
 

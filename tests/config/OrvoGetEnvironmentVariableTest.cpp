@@ -137,6 +137,17 @@ TEST_F(OrvoGetEnvironmentVariableTest, takesAPathWithoutABackslashForBoth) {
         EXPECT_EQ("", OrvoGetEnvironmentVariable(path));
 }
 
+TEST_F(OrvoGetEnvironmentVariableTest, splitsAtTheLastBackslash) {
+    registry.set("a/b c", sz, "x");
+    registry.set("", sz, "default");
+    EXPECT_EQ("x", valueOf("a/b c"));
+    EXPECT_EQ("", OrvoGetEnvironmentVariable(registry.keyPath() + "/a/b c"));
+    // What is left of the path may end in a backslash, and hold more of them than it needs.
+    EXPECT_EQ("x", OrvoGetEnvironmentVariable(registry.keyPath() + "\\\\a/b c"));
+    EXPECT_EQ("default", OrvoGetEnvironmentVariable(registry.keyPath() + "\\\\"));
+    EXPECT_EQ("", OrvoGetEnvironmentVariable('\\' + registry.keyPath() + "\\a/b c"));
+}
+
 TEST_F(OrvoGetEnvironmentVariableTest, survivesStrangePaths) {
     registry.set("there", sz, "x");
     for (const string& path :

@@ -162,12 +162,38 @@ TEST(RegistryText, readsTextsWithLineEnds) {
     EXPECT_THAT(damageIn(file), ElementsAre(6)) << "the lines of a text count";
 }
 
+TEST(RegistryText, readsNamesWithLineEnds) {
+    const std::string file =
+        key +
+        "\"one\r\ntwo\"=\"x\"\r\n\"\n\"=dword:1\n\"three\\r\\nfour\"=hex:01,\\\n 02\n"
+        "\"five\nsix\"=hex:03,\\\n 04\n\"b\"=\"good\"\nbroken\n\"c\nd\"=dword:x\n\"e\"=\"good\"";
+    EXPECT_EQ("1:x", valueIn(file, "one\r\ntwo"));
+    EXPECT_EQ("4:\1\0\0\0"s, valueIn(file, "\n"));
+    EXPECT_EQ("3:\1\2", valueIn(file, "three\r\nfour"));
+    EXPECT_EQ("3:\3\4", valueIn(file, "five\nsix"));
+    EXPECT_EQ("1:good", valueIn(file, "b"));
+    EXPECT_EQ("1:good", valueIn(file, "e"));
+    EXPECT_THAT(damageIn(file), ElementsAre(12, 13)) << "the lines of a name count";
+}
+
+// As the registry itself does.
+TEST(RegistryText, takesSeveralBackslashesForOne) {
+    const std::string file = key + "\"a\"=\"1\"\n[HKEY_LOCAL_MACHINE\\\\Y\\\\Z\\]\n\"a\"=\"2\"\n";
+    for (const char* path : {"Software\\X", "Software\\X\\", "Software\\\\X", "Software\\\\\\X\\\\"})
+        EXPECT_EQ("1:1", valueIn(file, "a", path)) << path;
+    for (const char* path : {"\\Software\\X", "\\", "\\\\", "Software", "Software\\X\\ "})
+        EXPECT_EQ("none", valueIn(file, "a", path)) << path;
+}
+
 TEST(RegistryText, skipsDamagedLinesAndNoOthers) {
     const char* const damaged[] = {
         "nonsense",
         "\"a\"",
         "\"a\"=",
         "\"a",
+        "\"",
+        "\"a\\",
+        "\"a\\\"",
         "\"a=\"x\"",
         "\"a\"\"x\"",
         "\"a\"=\"x",
