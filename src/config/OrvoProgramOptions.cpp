@@ -37,16 +37,17 @@ Declared declarationOf(char letter, std::string_view shortSpec) {
 
 std::string_view nameIn(std::string_view text) { return text.substr(0, text.find('=')); }
 
-// The arguments behind the program name, up to the first null.
+// What is left of an argument vector, up to its first null.
 class Arguments {
 public:
-    Arguments(int count, char** arguments) : m_next(arguments), m_end(arguments + count) {}
+    Arguments(int count, char** arguments) : m_next(arguments) {
+        while (arguments && m_left < count && arguments[m_left]) ++m_left;
+    }
 
-    /// How many there are if none of them is null.
-    std::size_t atMost() const { return static_cast<std::size_t>(m_end - m_next); }
+    int left() const { return m_left; }
 
     /// The next argument, or null.
-    const char* next() { return m_next != m_end && *m_next ? *m_next++ : nullptr; }
+    const char* next() { return m_left > 0 ? --m_left, *m_next++ : nullptr; }
 
     /// The next argument as the data of an option.
     const char* dataOf(std::string_view option) {
@@ -56,7 +57,7 @@ public:
 
 private:
     char** m_next;
-    char** m_end;
+    int m_left = 0;
 };
 
 // Two dashes: never takes the next argument.
@@ -177,9 +178,9 @@ OrvoProgramOptions::const_iterator& OrvoProgramOptions::reset() { return m_curre
 
 void OrvoProgramOptions::parse(int argc, char** argv, const string& shortSpec, const string& longSpec,
                                bool strict, bool allowSlash) {
-    Arguments arguments(argv && argc > 0 ? argc : 0, argv);
+    Arguments arguments(argc, argv);
     if (const char* program = arguments.next()) m_programName = program;
-    m_arguments.reserve(arguments.atMost());
+    m_arguments.reserve(static_cast<std::size_t>(arguments.left()));
     while (const char* argument = arguments.next()) {
         const bool isOption = argument[0] == '-' || (allowSlash && argument[0] == '/');
         const bool isLong = isOption && argument[1] == '-';

@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <climits>
 #include <random>
 #include <type_traits>
 
@@ -323,6 +324,8 @@ TEST(OrvoProgramOptions, isEmptyWithoutArguments) {
     EXPECT_EQ("", OrvoProgramOptions(1, nothing, false).getProgramName());
     EXPECT_EQ("prog", OrvoProgramOptions(3, gap, false).getProgramName());
     EXPECT_EQ(0u, OrvoProgramOptions(3, gap, false).getArgumentCount());
+    EXPECT_EQ("prog", OrvoProgramOptions(INT_MAX, gap, "a", "", false).getProgramName());
+    EXPECT_EQ("", OrvoProgramOptions(INT_MIN, gap, "a", "", false).getProgramName());
 
     OrvoProgramOptions empty(0, nullptr, false);
     EXPECT_EQ(0u, empty.getArgumentCount());
@@ -373,14 +376,36 @@ TEST(OrvoProgramOptions, takesTenThousandArguments) {
     std::vector<string> arguments = {"prog"};
     string line = "prog";
     for (int i = 0; i < 10000; ++i) {
-        arguments.push_back(i % 2 ? "-o" + std::to_string(i) + "=" + std::to_string(i)
-                                  : "p" + std::to_string(i));
+        const string number = std::to_string(i);
+        arguments.push_back(i % 2 ? "-o" + number + "=" + number : "p" + number);
         line += ' ' + arguments.back();
     }
     for (const auto& options : {lenient(arguments), OrvoProgramOptions(line, false)}) {
         ASSERT_EQ(5000u, options.getArgumentCount());
         EXPECT_EQ("p9998", options.getArgument(4999));
         EXPECT_EQ("9999", options.getSwitch("o9999"));
+    }
+}
+
+TEST(OrvoProgramOptions, takesTenThousandArgumentsByTheirSpecifications) {
+    std::vector<string> arguments = {"prog"};
+    string line = "prog";
+    string longSpec = ":";
+    for (int i = 0; i < 2500; ++i) {
+        const string number = std::to_string(i);
+        longSpec += "o" + number + ".:";
+        for (const string& argument : {"-o" + number, number, "-b" + number, "p" + number}) {
+            arguments.push_back(argument);
+            line += '\t' + argument;
+        }
+    }
+    Vector vector(arguments);
+    for (const auto& options : {OrvoProgramOptions(vector.argc(), vector.argv(), "b:", longSpec, false),
+                                OrvoProgramOptions(line, "b:", longSpec, false)}) {
+        ASSERT_EQ(2500u, options.getArgumentCount());
+        EXPECT_EQ("p2499", options.getArgument(2499));
+        EXPECT_EQ("2499", options.getSwitch("o2499"));
+        EXPECT_EQ("0", options.getSwitch("b"));
     }
 }
 
