@@ -14,8 +14,9 @@ namespace OrvoSupport {
 // goes on behind it. A "<" without a ">" behind it stays as it is and ends the expansion. Nothing escapes a
 // reference.
 //
-// A name whose value refers to it, directly or through others, is replaced without end (and without
-// growing more than its value does): the caller sees to it that there is none such.
+// A name whose value refers to it, directly or through others, makes this go on without end: the caller sees
+// to it that there is none such. Otherwise the memory in use stays in proportion to the longest text that the
+// replacements make.
 //
 // Thread safety: any thread at any time; the environment must not be changed meanwhile.
 

@@ -11,37 +11,30 @@
 namespace OrvoSupport {
 
 /// The program name, the options and the plain arguments of a command line, with a cursor over the latter.
-///
 /// What starts with "-" (or "/" where slashes are allowed) is an option, everything else a plain argument.
-/// A lenient object takes any option: "-x", "-name=value" and "--name=value" give x, name and name. Their
-/// text is read as a line of a property file: blanks in front of the value go, and what starts with "#" is
-/// lost.
-///
-/// A strict object takes only what two specifications declare:
-/// - `shortSpec` is a string of letters; a ":" behind one says that it takes data. "ab:" declares -a and -b.
-///   Data is the rest of the argument or the next argument: "-b5" and "-b 5" are the same. Letters cannot
-///   be bundled: "-ax" is -a.
-/// - `longSpec` holds every name between colons, with a "." in front of the closing one if it takes data.
-///   ":all:size.:" declares all and size. "-size 10" gives size its data; "-all", "--all" and "--all=2" work
-///   too. Of two dashes and a name that takes data nothing is recorded and no argument used up.
-/// An option with one dash is a long one if its name is declared, and a letter otherwise.
-///
-/// A command line in one piece is split at blanks and tabs. Single or double quotes keep a stretch together,
-/// anywhere in a word, and are dropped; nothing escapes. A quote without an end runs to the end of the line,
-/// and a pair around nothing is an empty word. A word ends at its first NUL.
 ///
 /// Thread safety: any number of threads may read an object while none moves its cursor or assigns to it.
 class OSUPT_API OrvoProgramOptions {
 public:
     using const_iterator = std::vector<string>::const_iterator;
 
-    /// Lenient. An `argc` below 1 or a null `argv` makes an empty object; a null in `argv` ends it.
+    /// Lenient: takes any option. "-x", "-name=value" and "--name=value" give x, name and name. Their text is
+    /// read as a line of a property file: blanks in front of the value go, and what starts with "#" is lost.
+    /// An `argc` below 1 or a null `argv` makes an empty object; a null in `argv` ends it.
     OrvoProgramOptions(int argc, char** argv, bool allowSlash);
-    /// Strict. Throws OrvoException with code 0 for an option that is not declared, and for one whose data is
-    /// missing; the text tells which.
+    /// Strict: takes only what the specifications declare. With one dash a long name comes before a letter.
+    /// - `shortSpec` is a string of letters; a ":" behind one says that it takes data: "ab:" declares -a, -b.
+    ///   Data is the rest of the argument or the next one: "-b5", "-b 5". There is no bundling: "-ax" is -a.
+    /// - `longSpec` holds each name between colons, with a "." in front of the closing one if it takes data:
+    ///   ":all:size.:". "-size 10" gives size its data; "-all", "--all" and "--all=2" are all. Two dashes and
+    ///   a name that takes data record nothing, and use up no argument.
+    /// Throws OrvoException with code 0 for what is not declared or lacks its data; the text tells which.
     OrvoProgramOptions(int argc, char** argv, const string& shortSpec, const string& longSpec,
                        bool allowSlash);
-    /// The same for a command line in one piece; its first word is the program name.
+    /// The same for a command line in one piece, which is split at blanks and tabs; its first word is the
+    /// program name. Single or double quotes keep a stretch together, anywhere in a word, and are dropped;
+    /// nothing escapes. A quote without an end runs to the end of the line, and a pair around nothing is an
+    /// empty word. A word ends at its first NUL.
     OrvoProgramOptions(const string& commandLine, bool allowSlash);
     OrvoProgramOptions(const string& commandLine, const string& shortSpec, const string& longSpec,
                        bool allowSlash);
