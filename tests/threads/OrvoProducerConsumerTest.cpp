@@ -3,10 +3,12 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "os/LogCapture.h"
@@ -36,8 +38,9 @@ void linger() { std::this_thread::sleep_for(std::chrono::milliseconds(20)); }
 
 class OrvoProducerConsumerTest : public testing::Test {
 protected:
-    // Consumers that wait once each; they are waiting when this returns.
-    void startWaiters(int count) {
+    // Consumers that wait once each; they are waiting when this returns, `expected` threads with all others.
+    void startWaiters(int count) { startWaiters(count, count); }
+    void startWaiters(int count, int expected) {
         for (int i = 0; i < count; ++i) {
             threads.emplace_back([this] {
                 exchange.lockSyncMutex();
@@ -45,7 +48,7 @@ protected:
                 exchange.unlockSyncMutex();
             });
         }
-        exchange.awaitWaiters(count);
+        exchange.awaitWaiters(expected);
     }
     void join() {
         for (std::thread& thread : threads) thread.join();
@@ -198,6 +201,63 @@ TEST_F(OrvoProducerConsumerTest, theMutexOfAThreadThatHasEndedIsFreeForTheNext) 
     EXPECT_TRUE(exchange.consume(number));
     EXPECT_FALSE(exchange.consume(number));
 }
+
+// ---- Threads that are killed
+
+// Work that a test makes up; it does not end by itself.
+class Victim : public OrvoThread {
+public:
+    explicit Victim(std::function<void()> work) : m_work(std::move(work)) { start(); }
+    ~Victim() override { kill(); }
+
+protected:
+    using OrvoThread::run;
+    int run() override {
+        m_work();
+        return 0;
+    }
+
+private:
+    const std::function<void()> m_work;
+};
+
+TEST_F(OrvoProducerConsumerTest, aWaiterThatIsKilledIsMissedByNobody) {
+    Victim victim([&] {
+        exchange.lockSyncMutex();
+        exchange.waitAndCount();
+    });
+    exchange.awaitWaiters(1);
+    startWaiters(3, 4);
+    victim.kill();
+    exchange.setSyncEvent();
+    join();
+    EXPECT_EQ(3, exchange.wakes());
+    exchange.produce(1);
+    int number = 0;
+    EXPECT_TRUE(exchange.consume(number));
+}
+
+TEST_F(OrvoProducerConsumerTest, theMutexOfAKilledThreadIsFreeForTheNext) {
+    OrvoEvent held;
+    OrvoEvent never;
+    Victim victim([&] {
+        exchange.lockSyncMutex();
+        exchange.lockSyncMutex();
+        held.set();
+        never.wait(-1);
+    });
+    held.wait(-1);
+    std::thread consumer([&] {
+        int number = 0;
+        EXPECT_TRUE(exchange.consume(number));
+        EXPECT_EQ(5, number);
+    });
+    victim.kill();
+    exchange.produce(5);
+    consumer.join();
+}
+
+// ---- Sentinels
 
 TEST_F(OrvoProducerConsumerTest, aSentinelLeavesTheContentsAndWakesEveryConsumer) {
     queue.add(1);
