@@ -1,6 +1,7 @@
 // A host in a shared library of its own: it brings the library with it when it is loaded, and takes it away
 // again when it is unloaded.
 #include "OrvoCriticalSection.h"
+#include "OrvoLogging.h"
 #include "OrvoObjectBase.h"
 #include "OrvoObjectFactory.h"
 
@@ -40,6 +41,24 @@ extern "C" int useFactory() {
     factory.add("function", []() -> OrvoObjectBase* { return new OrvoObjectBase; });
     factory.add("registration", registration);
     return factory.construct("function") && factory.construct("registration") ? 0 : 1;
+}
+
+/// Writes records with a logger whose time-outs come meanwhile; when it returns, the logger is gone, and
+/// threads of the library are on their way home.
+extern "C" void useLogger() {
+    using namespace OrvoSupport;
+    struct Logger : OrvoLogging {
+        Logger() : OrvoLogging("unused", 0, 9) {}
+        void expire() {
+            OrvoCollaborator timer;
+            handleNotification(timer, OrvoEventNotification());
+        }
+    } logger;
+    OrvoLogging::setInstance(logger);
+    for (int i = 0; i < 3; ++i) {
+        logger << "record " << i << endrecord;
+        logger.expire();
+    }
 }
 
 /// Ends up holding a lock that another thread may find abandoned.
