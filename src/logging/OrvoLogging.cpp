@@ -136,7 +136,7 @@ bool OrvoLogging::getLogAccess() {
         m_lock.unlock();
         return false;
     }
-    resetTimer();
+    if (m_timerStopped) resetTimer();  // asked here too: most pieces spare the call
     return true;
 }
 
