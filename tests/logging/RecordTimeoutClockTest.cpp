@@ -266,7 +266,7 @@ TEST_F(RecordTimeoutClockTest, doesNotComeForALoggerThatIsGone) {
 
 TEST_F(RecordTimeoutClockTest, loggersMayGoWhileTheirTimeComes) {
     for (int i = 0; i < 50; ++i) {
-        auto mortal = std::make_unique<OpenLogger>(folder.file("gone"), 0, 8);
+        auto mortal = std::make_unique<OrvoLogging>(folder.file("gone"), 0, 8);
         *mortal << setloglevel(3) << "open";
         std::thread time([] { FakeTime::advance(60s); });
         std::this_thread::sleep_for(std::chrono::microseconds(20 * i));
