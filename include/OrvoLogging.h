@@ -113,7 +113,7 @@ public:
 
 protected:
     /// A record has been open for too long: starts an OrvoLoggingEventTimerThread, if the system has one
-    /// left.
+    /// left. A logger of a subclass that overrides this has no record open any more when it is destroyed.
     void handleNotification(OrvoCollaborator& source, const OrvoNotification& note) override;
     /// Opens the log file if the file target is on.
     virtual void startLogging();
