@@ -91,6 +91,12 @@ TEST(RegistryText, needsNeitherHeaderNorLastLineEnd) {
     EXPECT_EQ("3:\1", valueIn(key + "\"a\"=hex:01", "a"));
 }
 
+TEST(RegistryText, takesDigitsOfEitherCase) {
+    EXPECT_EQ("4:\xef\xcd\xab\0"s, valueIn(key + "\"a\"=dword:00abcdef", "a"));
+    EXPECT_EQ("4:\xef\xcd\xab\0"s, valueIn(key + "\"a\"=DWORD:00ABCDEF", "a"));
+    EXPECT_EQ("10:\xaf\xfa", valueIn(key + "\"a\"=Hex(A):AF,Fa", "a"));
+}
+
 TEST(RegistryText, readsCharactersAsTheAnsiCodePageHasThem) {
     const std::string latin1 = key + "\"\xFC\"=\"\xE4\"\n\"raw\"=hex(1):e4,00\n";
     const std::string utf8 = key + "\"\xC3\xBC\"=\"\xC3\xA4\"\n";
