@@ -16,10 +16,6 @@ typedef SERVICE_STATUS_HANDLE__* SERVICE_STATUS_HANDLE;
 
 namespace OrvoSupport {
 
-namespace platform {
-struct Thread;  // inside the library
-}
-
 /// A program that runs as a service: under the service control manager on Windows, under systemd on Linux,
 /// and in a console on both. Derive a class that brings the work up and takes it down, make one object of it,
 /// and call start():
@@ -30,7 +26,7 @@ struct Thread;  // inside the library
 ///
 /// While startIt() and stopIt() run, the control manager hears of progress at least once a second, so that
 /// they may take their time. There is meant to be one object in a process: the newest one is it, and must
-/// live as long as a service runs.
+/// live as long as a service runs. start() may be called again once it has returned.
 ///
 /// Thread safety: stop() and the queries may be called from any thread; the rest from one thread at a time.
 class OSUPT_API OrvoService {
@@ -52,9 +48,10 @@ public:
 
     /// Brings the work up; runs on a thread of its own under a control manager, with the control manager's
     /// arguments (each followed by a blank), and on the thread that called start() in a console. False means
-    /// that there is nothing to take down again.
+    /// that there is nothing to take down again, and so does an OrvoException that leaves it on a thread of
+    /// its own; any other exception there ends the process.
     virtual bool startIt(const string& arguments) = 0;
-    /// Takes the work down; runs where startIt() ran, in a console after the stop.
+    /// Takes the work down; runs where startIt() ran, under a control manager on another thread of its own.
     virtual bool stopIt() = 0;
 
     /// Enters this program into the control manager, started with the system, with m_arguments behind its
@@ -70,7 +67,7 @@ public:
     /// gives true.
     bool start(const string& arguments, bool asService);
     /// Asks the service to stop and returns at once, always with true. A stop that comes before the service
-    /// has started takes effect once it has.
+    /// has started takes effect once it has; one that comes while it stops already is forgotten.
     bool stop();
 
     tState state();
@@ -107,6 +104,8 @@ private:
     bool runInConsole(const string& arguments);
     void setStates(tState state);
     void setStatusState(tState state);
+    bool send(unsigned long state, unsigned long win32ExitCode, unsigned long waitHintMs);
+    void reportAgain();
 
     static std::atomic<OrvoService*> m_pThis;
 
@@ -125,13 +124,12 @@ private:
     OrvoEvent m_event;
     OrvoEvent m_startEnded;  // a stop takes effect no earlier
     std::atomic<bool> m_runsAsService;
-    bool m_interactive;
+    unsigned char m_interactive;  // not a bool, which may not hold whatever the storage held
     Status m_status;
     std::atomic<SERVICE_STATUS_HANDLE> m_statusHandle;
     std::atomic<tState> m_state;
-    OrvoCriticalSectionObject m_statusLock;  // held while a report goes out, so that they go in order
-    std::atomic<std::int64_t> m_lastReport{0};
-    std::atomic<platform::Thread*> m_waitThread{nullptr};
+    OrvoCriticalSectionObject m_statusLock;     // held while a report goes out, so that they go in order
+    std::atomic<std::int64_t> m_lastReport{0};  // when, on the monotonic clock; 0 before a run's first
 };
 
 }  // namespace OrvoSupport

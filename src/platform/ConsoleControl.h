@@ -11,7 +11,8 @@ constexpr int consoleBreak = 1;      // Ctrl+Break; the system's request to end 
 /// otherwise the system does what it does without a handler.
 using ConsoleHandler = bool (*)(int event);
 
-/// Installs the handler until removeConsoleHandler(). False when the system refuses.
+/// Installs the handler until removeConsoleHandler(), after which it runs no more. False when the system
+/// refuses.
 bool setConsoleHandler(ConsoleHandler handler);
 void removeConsoleHandler();
 

@@ -34,8 +34,8 @@ using ControlHandler = void (*)(std::uint32_t control);
 /// Whether the service is well, for a control manager that asks from time to time.
 using ServiceAlive = bool (*)();
 
-/// Runs `main` under the control manager and returns when the service has reported that it stopped. False,
-/// at once, when no control manager started this process.
+/// Runs `main` under the control manager and returns when the service has reported that it stopped and `main`
+/// has returned. False, at once, when no control manager started this process.
 bool runServiceDispatcher(const std::string& serviceName, ServiceMain main, ServiceAlive alive);
 
 /// From within the service's main routine. Null when the control manager refuses.

@@ -6,7 +6,6 @@
 #include "platform/Clock.h"
 #include "platform/ConsoleControl.h"
 #include "platform/ServiceControl.h"
-#include "platform/Thread.h"
 #include "service/ServiceRoutines.h"
 
 namespace OrvoSupport {
@@ -14,6 +13,14 @@ namespace {
 
 // One for the whole process, so that no two reports of a pending state ever look alike to the manager.
 std::atomic<std::uint32_t> nextCheckPoint{1};
+
+// Takes the console's interrupts for as long as it lives.
+struct ConsoleHold {
+    ConsoleHold() { platform::setConsoleHandler(ServiceRoutines::handleConsoleEvent); }
+    ConsoleHold(const ConsoleHold&) = delete;
+    ConsoleHold& operator=(const ConsoleHold&) = delete;
+    ~ConsoleHold() { platform::removeConsoleHandler(); }
+};
 
 }  // namespace
 
@@ -62,22 +69,23 @@ void OrvoService::runUnderManager() {
     m_runsAsService = true;
     trace(9, "OrvoService::start: calling StartServiceCtrlDispatcher");
     setStates(Running);
+    m_lastReport = 0;
     platform::runServiceDispatcher(m_serviceName, ServiceRoutines::serviceMain, ServiceRoutines::isAlive);
-    if (platform::Thread* thread = m_waitThread.exchange(nullptr)) platform::closeThread(thread);
     trace(9, "OrvoService::start: StartServiceCtrlDispatcher returned, exiting");
+    ServiceRoutines::endRun();
     setStates(Stopped);
 }
 
 bool OrvoService::runInConsole(const string& arguments) {
     if (!startIt(arguments)) return false;
     m_state = Running;
-    platform::setConsoleHandler(ServiceRoutines::handleConsoleEvent);
+    const ConsoleHold hold;  // until the end: a second interrupt does not end the process while it stops
     setStatusState(Running);
     trace(9, "OrvoService::start: waiting for service to exit");
     m_event.wait(-1);
     trace(9, "OrvoService::start: service completed.");
     stopIt();
-    platform::removeConsoleHandler();
+    m_event.reset();  // from stops that came meanwhile
     setStates(Stopped);
     return true;
 }
@@ -99,10 +107,22 @@ OrvoService* OrvoService::getService() { return m_pThis; }
 bool OrvoService::ReportStatusToSCMgr(unsigned long state, unsigned long win32ExitCode,
                                       unsigned long waitHintMs) {
     if (!m_runsAsService) return true;
-    const bool pending = state != Running && state != Stopped;
     trace(9, "OrvoService::ReportStatusToSCMgr: state=", state);
-
     OrvoCriticalSection guard(m_statusLock);
+    return send(state, win32ExitCode, waitHintMs);
+}
+
+// For a control that asks. When another report went out meanwhile, that was the answer.
+void OrvoService::reportAgain() {
+    if (!m_runsAsService || m_lastReport == 0) return;
+    const std::uint32_t state = m_status.currentState;
+    trace(9, "OrvoService::ReportStatusToSCMgr: state=", state);
+    OrvoCriticalSection guard(m_statusLock);
+    if (m_status.currentState == state) send(state, 0, 0);
+}
+
+bool OrvoService::send(unsigned long state, unsigned long win32ExitCode, unsigned long waitHintMs) {
+    const bool pending = state != Running && state != Stopped;
     m_status.controlsAccepted = state == StartPending ? 0 : platform::acceptStop;
     m_status.win32ExitCode = static_cast<std::uint32_t>(win32ExitCode);
     m_status.currentState = static_cast<std::uint32_t>(state);

@@ -1,5 +1,9 @@
 #include "service/ServiceRoutines.h"
 
+#include <atomic>
+#include <utility>
+
+#include "OrvoException.h"
 #include "OrvoService.h"
 #include "logging/Trace.h"
 #include "platform/Clock.h"
@@ -16,6 +20,10 @@ constexpr std::int64_t progressLimit = 3'000'000'000;  // nanoseconds
 
 using Place = std::atomic<platform::Thread*>;
 
+// What the dispatcher runs: one service at a time in a process.
+std::atomic<OrvoService*> theService{nullptr};
+Place waitThread{nullptr};
+
 string joined(std::uint32_t argc, char** argv) {
     string text;
     for (std::uint32_t i = 1; i < argc; ++i) text.append(argv[i]).append(" ");
@@ -26,31 +34,33 @@ string joined(std::uint32_t argc, char** argv) {
 
 void ServiceRoutines::serviceMain(std::uint32_t argc, char** argv) {
     OrvoService& service = *OrvoService::getService();
+    theService = &service;
     void* const handle = platform::registerControlHandler(service.m_serviceName, handleControl);
     if (!handle) return;
     service.setStatusHandle(static_cast<SERVICE_STATUS_HANDLE>(handle));
     service.ReportStatusToSCMgr(OrvoService::StartPending, 0, waitHint);
-    string arguments = joined(argc, argv);
+    auto arguments = std::make_unique<string>(joined(argc, argv));
 
     trace(9, "service_main: creating WaitForServiceThread");
-    if (!platform::startThread(waitForService, nullptr, service.m_waitThread)) {
+    if (!platform::startThread(waitForService, nullptr, waitThread)) {
         trace(9, "service_main: WaitForServiceThread creation failed");
         service.ReportStatusToSCMgr(OrvoService::Stopped, 0, 0);
         return;
     }
-    bringUp(service, arguments);
+    bringUp(service, std::move(arguments));
 }
 
-void ServiceRoutines::bringUp(OrvoService& service, string& arguments) {
+void ServiceRoutines::bringUp(OrvoService& service, std::unique_ptr<string> arguments) {
     trace(9, "service_main: creating ServiceStartThread");
     Place place{nullptr};
-    if (!platform::startThread(callStartIt, &arguments, place)) {
+    if (!platform::startThread(callStartIt, arguments.get(), place)) {
         trace(9, "service_main: ServiceStartThread creation failed");
         service.m_state = OrvoService::Stopped;
         trace(9, "service_main: signaling WaitForServiceThread to exit");
         giveUp(service);
         return;
     }
+    arguments.release();  // the thread's now
     platform::Thread& thread = *place;
     trace(9, "service_main: waiting for ServiceStartThread to exit");
     reportUntilEnded(service, OrvoService::StartPending, thread);
@@ -59,7 +69,7 @@ void ServiceRoutines::bringUp(OrvoService& service, string& arguments) {
     int started = 0;
     const bool known = platform::exitCodeOf(thread, started);
     platform::closeThread(&thread);
-    if (started) {
+    if (known && started) {
         trace(9, "service_main: service has started, signaling SCM");
         service.m_state = OrvoService::Running;
         service.ReportStatusToSCMgr(OrvoService::Running, 0, 0);
@@ -87,16 +97,30 @@ void ServiceRoutines::reportUntilEnded(OrvoService& service, unsigned long pendi
     while (platform::waitForOne(thread.handle, checkPointInterval) == platform::waitTimedOut);
 }
 
-int ServiceRoutines::callStartIt(void* arguments) {
+// As at the end of every thread, an exception of the library's own type goes no further.
+template <class Work>
+bool ServiceRoutines::succeeds(const char* what, const Work& work) {
+    try {
+        return work();
+    } catch (const OrvoException& exception) {
+        trace(3, what, exception.getFormattedMessages());
+        return false;
+    }
+}
+
+int ServiceRoutines::callStartIt(void* argument) {
+    const std::unique_ptr<const string> arguments(static_cast<const string*>(argument));
     trace(9, "ServiceStartThread: calling startIt");
-    const bool good = OrvoService::getService()->startIt(*static_cast<const string*>(arguments));
+    const bool good = succeeds("ServiceStartThread: startIt has thrown: ",
+                               [&] { return OrvoService::getService()->startIt(*arguments); });
     trace(9, "ServiceStartThread: startIt returned with status=", good);
     return good;
 }
 
 int ServiceRoutines::callStopIt(void*) {
     trace(9, "ServiceStopThread: calling stopIt");
-    const bool good = OrvoService::getService()->stopIt();
+    const bool good = succeeds("ServiceStopThread: stopIt has thrown: ",
+                               [] { return OrvoService::getService()->stopIt(); });
     trace(9, "ServiceStopThread: stopIt returned with status=", good);
     return good;
 }
@@ -124,9 +148,24 @@ int ServiceRoutines::waitForService(void*) {
     return 0;
 }
 
+void ServiceRoutines::endRun() {
+    platform::Thread* const thread = waitThread.exchange(nullptr);
+    if (!thread) return;
+    OrvoService& service = *theService;
+    if (service.m_state.exchange(OrvoService::Stopped) != OrvoService::Stopped) {
+        // The host has reported the end itself, or the control manager is gone.
+        service.m_startEnded.set();
+        service.m_event.set();
+    }
+    platform::waitForOne(thread->handle, -1);
+    platform::closeThread(thread);
+    service.m_startEnded.reset();
+    service.m_event.reset();  // from stops that came meanwhile
+}
+
 bool ServiceRoutines::isAlive() {
     OrvoService& service = *OrvoService::getService();
-    platform::Thread* const thread = service.m_waitThread;
+    platform::Thread* const thread = waitThread;
     if (!thread || platform::waitForOne(thread->handle, 0) != platform::waitTimedOut) return false;
     const std::uint32_t state = service.m_status.currentState;
     const bool pending = state == OrvoService::StartPending || state == OrvoService::StopPending;
@@ -138,7 +177,7 @@ void ServiceRoutines::handleControl(std::uint32_t control) {
     if (control == platform::controlStop)
         service.stop();
     else
-        service.ReportStatusToSCMgr(static_cast<unsigned long>(service.state()), 0, 0);
+        service.reportAgain();
 }
 
 bool ServiceRoutines::handleConsoleEvent(int event) {

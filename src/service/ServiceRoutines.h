@@ -3,6 +3,7 @@
 #define OSUPT_SERVICE_SERVICE_ROUTINES_H
 
 #include <cstdint>
+#include <memory>
 
 #include "OrvoString.h"
 
@@ -21,12 +22,17 @@ struct ServiceRoutines {
     static bool handleConsoleEvent(int event);
     /// Whether the service could still be stopped, and goes on while it starts or stops.
     static bool isAlive();
+    /// Once the dispatcher has returned: waits for the thread that waits for the service's end, after which
+    /// nothing of this touches the service any more.
+    static void endRun();
 
 private:
-    static void bringUp(OrvoService& service, string& arguments);
+    static void bringUp(OrvoService& service, std::unique_ptr<string> arguments);
     static void giveUp(OrvoService& service);
     static void reportUntilEnded(OrvoService& service, unsigned long pending, platform::Thread& thread);
-    static int callStartIt(void* arguments);
+    template <class Work>
+    static bool succeeds(const char* what, const Work& work);
+    static int callStartIt(void* argument);
     static int callStopIt(void*);
     static int waitForService(void*);
 };

@@ -29,15 +29,15 @@ ManagerHandle openServiceManager() { return ::OpenSCManagerA(nullptr, nullptr, S
 ServiceHandle createService(ManagerHandle manager, const ServiceEntry& entry) {
     std::string commandLine = entry.executable;
     if (!entry.arguments.empty()) commandLine += " " + entry.arguments;
+    // The list ends in an empty name, whether or not the last name brought its NUL along.
+    const std::string dependencies = entry.dependencies + '\0';
     return ::CreateServiceA(handleOf(manager), entry.serviceName.c_str(), entry.displayName.c_str(),
                             SERVICE_ALL_ACCESS, entry.serviceType, entry.startType, entry.errorControl,
-                            commandLine.c_str(), nullptr, nullptr, entry.dependencies.c_str(), nullptr,
-                            nullptr);
+                            commandLine.c_str(), nullptr, nullptr, dependencies.c_str(), nullptr, nullptr);
 }
 
 bool setServiceDescription(ServiceHandle service, const std::wstring& description) {
-    std::wstring text = description;
-    SERVICE_DESCRIPTIONW record = {&text[0]};
+    SERVICE_DESCRIPTIONW record = {const_cast<wchar_t*>(description.c_str())};  // which is only read
     return ::ChangeServiceConfig2W(handleOf(service), SERVICE_CONFIG_DESCRIPTION, &record) != 0;
 }
 

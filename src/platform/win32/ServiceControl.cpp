@@ -15,8 +15,24 @@ static_assert(acceptStop == SERVICE_ACCEPT_STOP && controlStop == SERVICE_CONTRO
 // The control manager runs one service in a process of this kind, so one of each will do.
 std::atomic<ServiceMain> theMain{nullptr};
 std::atomic<ControlHandler> theHandler{nullptr};
+std::atomic<HANDLE> theMainThread{nullptr};
 
-void WINAPI runMain(DWORD argc, char** argv) { theMain.load()(argc, argv); }
+void WINAPI runMain(DWORD argc, char** argv) {
+    HANDLE thread = nullptr;
+    ::DuplicateHandle(::GetCurrentProcess(), ::GetCurrentThread(), ::GetCurrentProcess(), &thread,
+                      SYNCHRONIZE, FALSE, 0);
+    theMainThread = thread;
+    theMain.load()(argc, argv);
+}
+
+// The control manager is content with the report that the service stopped, which the main routine itself may
+// have sent and is still about to return from.
+void waitForMain() {
+    const HANDLE thread = theMainThread.exchange(nullptr);
+    if (!thread) return;
+    ::WaitForSingleObject(thread, INFINITE);
+    ::CloseHandle(thread);
+}
 
 void WINAPI control(DWORD code) { theHandler.load()(code); }
 
@@ -26,7 +42,9 @@ bool runServiceDispatcher(const std::string& serviceName, ServiceMain main, Serv
     theMain = main;
     std::string name = serviceName;
     SERVICE_TABLE_ENTRYA table[] = {{&name[0], runMain}, {nullptr, nullptr}};
-    return ::StartServiceCtrlDispatcherA(table) != 0;
+    const bool ran = ::StartServiceCtrlDispatcherA(table) != 0;
+    waitForMain();
+    return ran;
 }
 
 void* registerControlHandler(const std::string& serviceName, ControlHandler handler) {
