@@ -1,6 +1,6 @@
 // The control manager of Windows as any other program sees it.
-#ifndef TESTS_SERVICE_WIN32_MANAGER_H
-#define TESTS_SERVICE_WIN32_MANAGER_H
+#ifndef TESTS_SERVICE_MANAGER_H
+#define TESTS_SERVICE_MANAGER_H
 
 #include <windows.h>
 
