@@ -1,10 +1,25 @@
 // Linux half of Clock: the C library's conversions, held to the range of the documented ones.
 #include "platform/Clock.h"
 
+#include <pthread.h>
 #include <time.h>
+
+#include <mutex>
+
+#include "platform/InternalLock.h"
+#include "platform/posix/ForkOrder.h"
 
 namespace OrvoSupport::platform {
 namespace {
+
+// The C library has a lock of its own for its time zone, which it leaves locked in a child that is forked
+// while another thread holds it. This one is taken before it, and for a fork.
+InternalLock zoneLock;
+using ZoneGuard = std::lock_guard<InternalLock>;
+
+__attribute__((constructor(innermostLocks))) void handleForks() {
+    ::pthread_atfork([] { zoneLock.lock(); }, [] { zoneLock.unlock(); }, [] { zoneLock.unlock(); });
+}
 
 static_assert(sizeof(time_t) == 8, "local times past 2038 need a wide time_t");
 
@@ -20,6 +35,11 @@ bool sameTime(const std::tm& a, const std::tm& b) {
            a.tm_mon == b.tm_mon && a.tm_year == b.tm_year;
 }
 
+std::int64_t makeTime(std::tm& local) {
+    const ZoneGuard guard(zoneLock);
+    return ::mktime(&local);
+}
+
 }  // namespace
 
 std::int64_t calendarSeconds() { return ::time(nullptr); }
@@ -32,28 +52,29 @@ std::int64_t monotonicNanoseconds() {
 
 bool toLocal(std::int64_t seconds, std::tm& fields) {
     const time_t instant = seconds;
+    const ZoneGuard guard(zoneLock);
     return seconds >= 0 && ::localtime_r(&instant, &fields) && fields.tm_year <= lastYear;
 }
 
 bool toUtc(std::int64_t seconds, std::tm& fields) {
     const time_t instant = seconds;
     if (seconds < 0 || seconds > lastUtcSecond + secondsPerDay) return false;
+    const ZoneGuard guard(zoneLock);
     return ::gmtime_r(&instant, &fields) != nullptr;
 }
 
 std::int64_t fromLocal(std::tm& fields) {
     if (!yearInRange(fields.tm_year)) return -1;
     std::tm local = fields;
-    const std::int64_t seconds = ::mktime(&local);
+    const std::int64_t seconds = makeTime(local);
     if (seconds < 0 || !yearInRange(local.tm_year)) return -1;
     fields = local;
     return seconds;
 }
 
 std::int64_t fromLocalNear(std::tm& fields, std::int64_t guess) {
-    const time_t instant = guess;
     std::tm local;
-    const bool right = guess >= 0 && ::localtime_r(&instant, &local) && sameTime(local, fields) &&
+    const bool right = toLocal(guess, local) && sameTime(local, fields) &&
                        local.tm_isdst == fields.tm_isdst && yearInRange(local.tm_year);
     if (!right) return fromLocal(fields);
     fields = local;
@@ -63,6 +84,7 @@ std::int64_t fromLocalNear(std::tm& fields, std::int64_t guess) {
 std::int64_t fromUtc(const std::tm& fields) {
     if (!yearInRange(fields.tm_year)) return -1;
     std::tm utc = fields;
+    const ZoneGuard guard(zoneLock);
     return ::timegm(&utc);
 }
 

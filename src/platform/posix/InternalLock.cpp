@@ -10,6 +10,7 @@
 
 #include <cstdint>
 
+#include "platform/posix/ForkOrder.h"
 #include "platform/posix/ProcessNumber.h"
 #include "platform/posix/Uninterrupted.h"
 
@@ -21,7 +22,9 @@ std::uint32_t processNumber = 0;
 
 namespace {
 
-[[maybe_unused]] const int forkHandler = ::pthread_atfork(nullptr, nullptr, [] { ++processNumber; });
+__attribute__((constructor(innermostLocks))) void handleForks() {
+    ::pthread_atfork(nullptr, nullptr, [] { ++processNumber; });
+}
 
 constexpr std::uint32_t held = 1;
 constexpr std::uint32_t awaited = 2;  // held, and somebody sleeps until it is free

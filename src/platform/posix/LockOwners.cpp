@@ -15,6 +15,8 @@
 
 #include <new>
 
+#include "platform/posix/ForkOrder.h"
+
 namespace OrvoSupport::platform {
 
 __thread OwnerId ownerIdOfThisThread = unregistered;
@@ -39,7 +41,6 @@ struct Registry {
     unsigned sweepAt = 64;
     OwnerId lastId = 0;
     bool complete = true;  // false: a thread without a record may well be there
-    bool forkHandled = false;
     bool closed = false;
 } registry;
 
@@ -146,6 +147,10 @@ void afterForkInChild() {
     forking->~Access();
 }
 
+__attribute__((constructor(innermostLocks))) void handleForks() {
+    ::pthread_atfork(beforeFork, afterForkInParent, afterForkInChild);
+}
+
 // Runs when the library is unloaded or the process ends. Static objects of a host may still lock afterwards;
 // from then on every owner counts as alive.
 __attribute__((destructor)) void closeRegistry() {
@@ -163,8 +168,6 @@ __attribute__((destructor)) void closeRegistry() {
 
 OwnerId registerThisThread() {
     const Access access;
-    if (!registry.forkHandled)
-        registry.forkHandled = ::pthread_atfork(beforeFork, afterForkInParent, afterForkInChild) == 0;
     if (++registry.lastId == unregistered) registry.lastId = 1;
     ownerIdOfThisThread = registry.lastId;
     if (registry.closed) return ownerIdOfThisThread;

@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "platform/posix/ForkOrder.h"
 #include "platform/posix/PosixThread.h"
 #include "platform/posix/Sanitizers.h"
 #include "platform/posix/Uninterrupted.h"
@@ -43,12 +44,15 @@ void closeThreadsInChild(ThreadChain& chain) {
     }
 }
 
-[[maybe_unused]] const int forkHandlers = ::pthread_atfork([] { listLock.lock(); }, [] { listLock.unlock(); },
-                                                           [] {
-                                                               closeThreadsInChild(running);
-                                                               closeThreadsInChild(leaving);
-                                                               listLock.unlock();
-                                                           });
+void unlockInChild() {
+    closeThreadsInChild(running);
+    closeThreadsInChild(leaving);
+    listLock.unlock();
+}
+
+__attribute__((constructor(innermostLocks))) void handleForks() {
+    ::pthread_atfork([] { listLock.lock(); }, [] { listLock.unlock(); }, unlockInChild);
+}
 
 bool canBeJoined(const PosixThread& thread) { return joinsThreadsEndedOutright || !thread.endedOutright; }
 

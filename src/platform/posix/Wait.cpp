@@ -14,6 +14,7 @@
 
 #include "platform/InternalLock.h"
 #include "platform/Mutex.h"
+#include "platform/posix/ForkOrder.h"
 #include "platform/posix/ProcessNumber.h"
 #include "platform/posix/Uninterrupted.h"
 #include "platform/posix/Waitable.h"
@@ -31,8 +32,9 @@ InternalLock waitLock;
 using WaitGuard = std::lock_guard<InternalLock>;
 
 // A child finds the queues between two steps.
-[[maybe_unused]] const int forkHandlers =
+__attribute__((constructor(innermostLocks))) void handleForks() {
     ::pthread_atfork([] { waitLock.lock(); }, [] { waitLock.unlock(); }, [] { waitLock.unlock(); });
+}
 
 // From the moment in which it joins the queues until its wait is over.
 __thread Waiter* waiterOfThisThread __attribute__((tls_model("initial-exec"))) = nullptr;
