@@ -39,7 +39,8 @@ class RecordFile;  // inside the library
 ///
 /// Thread safety: any thread may call anything but the destructor at any time. The first piece of a record
 /// waits until no other thread has one open and every piece keeps the logger's lock until endrecord, so
-/// records never mix. The thread that began a record must end it.
+/// records never mix. The thread that began a record must end it. Where processes fork, both go on logging;
+/// a record that another thread has open at that moment stays in the parent.
 class OSUPT_API OrvoLogging : private OrvoDependent {
 public:
     /// Target bits; others are kept and mean nothing.
@@ -139,7 +140,8 @@ protected:
 private:
     friend OSUPT_API OrvoLogging& endrecord(OrvoLogging&);
     friend class OrvoLoggingEventTimerThread;
-    friend struct TraceGate;  // inside the library
+    friend struct LoggerList;  // inside the library
+    friend struct TraceGate;   // inside the library
 
     template <class Append>
     OrvoLogging& addPiece(Append append);
@@ -165,10 +167,11 @@ private:
     OrvoCriticalSectionObject m_lock;      // from the first accepted piece of a record to its end
     OrvoTimer m_timer{60000, false};       // runs while a record is open
     std::map<string, std::int32_t> m_areaLevels;
-    mutable OrvoCriticalSectionObject m_areaLock;
     string m_fileName;
     std::atomic<bool> m_recordDataEnabled;
-    bool m_timerStopped = true;  // guarded by the lock
+    bool m_timerStopped = true;                  // guarded by the lock
+    std::atomic<const void*> m_writer{nullptr};  // the thread that last changed what the lock guards
+    OrvoLogging* m_next = nullptr;               // in the list of all loggers
 };
 
 /// The thread on which a logger tries to end a record that was left open. It is started by each expiry of the

@@ -5,9 +5,11 @@
 #include <cstdio>
 
 #include "OrvoDateTime.h"
+#include "logging/LoggerList.h"
 #include "logging/RecordFile.h"
 #include "logging/RecordPrefix.h"
 #include "platform/CurrentThreadId.h"
+#include "platform/ThreadSlot.h"
 
 namespace OrvoSupport {
 namespace {
@@ -40,6 +42,7 @@ OrvoLogging::OrvoLogging(const string& fileName, int target, int level)
       m_currentLevel(idleLevel),
       m_fileName(fileName),
       m_recordDataEnabled(true) {
+    LoggerList::add(*this);
     m_timer.addDependent(*this);
     OrvoLogging::startLogging();
 }
@@ -49,6 +52,7 @@ OrvoLogging::OrvoLogging() : OrvoLogging("log", consoleTarget, -1) {}
 OrvoLogging::~OrvoLogging() {
     OrvoLogging* self = this;
     m_pInstance.compare_exchange_strong(self, nullptr);
+    LoggerList::remove(*this);
     stopTimeouts();
     OrvoLogging::stopLogging(0);
 }
@@ -70,12 +74,12 @@ int OrvoLogging::getLogLevel() const { return m_logLevel; }
 
 void OrvoLogging::setLogLevel(const string& area, int level) {
     if (level < -1 || level > 9) return;
-    OrvoCriticalSection guard(m_areaLock);
+    const LoggerList::Guard guard(LoggerList::lock);
     m_areaLevels[area] = level;
 }
 
 int OrvoLogging::getLogLevel(const string& area) const {
-    OrvoCriticalSection guard(m_areaLock);
+    const LoggerList::Guard guard(LoggerList::lock);
     const auto found = m_areaLevels.find(area);
     return found == m_areaLevels.end() ? getLogLevel() : found->second;
 }
@@ -94,6 +98,7 @@ void OrvoLogging::enableRecordData(bool enable) { m_recordDataEnabled = enable; 
 void OrvoLogging::setCurrentLevel(const string& area, int level) {
     OrvoCriticalSection guard(m_lock);
     if (level < -1) return;
+    m_writer.store(platform::thisThread(), std::memory_order_relaxed);
     m_currentArea = area;
     m_currentLevel.store(level, std::memory_order_relaxed);
 }
@@ -136,12 +141,14 @@ bool OrvoLogging::getLogAccess() {
         m_lock.unlock();
         return false;
     }
+    m_writer.store(platform::thisThread(), std::memory_order_relaxed);
     if (m_timerStopped) resetTimer();  // asked here too: most pieces spare the call
     return true;
 }
 
 void OrvoLogging::endrecord() {
     if (!m_lock.testAndSet()) return;
+    m_writer.store(platform::thisThread(), std::memory_order_relaxed);
     // Whatever goes wrong while the line is built or written, the next writer finds the lock free.
     struct End {
         OrvoLogging& logger;
