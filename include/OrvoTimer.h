@@ -72,8 +72,7 @@ private:
     friend class OrvoTimerManager;
     friend class TimerSchedule;
 
-    std::atomic<std::uint64_t> m_period;  // both parts in one, since reset() reads it on any thread
-    std::atomic<bool> m_oneShot;
+    std::atomic<std::uint64_t> m_setting;  // period and kind in one
     std::atomic<bool> m_scheduled{false};
     std::atomic<std::int64_t> m_restarted{0};  // see OrvoTimerManager::restart()
     // What follows belongs to the schedule.

@@ -2,7 +2,7 @@
 
 #include "OrvoException.h"
 #include "threads/OrvoTimerManager.h"
-#include "threads/TimerPeriod.h"
+#include "threads/TimerSetting.h"
 
 namespace OrvoSupport {
 namespace {
@@ -23,19 +23,19 @@ OrvoTimer::OrvoTimer() : OrvoTimer(0, 0, false) {}
 OrvoTimer::OrvoTimer(long milliseconds, bool oneShot) : OrvoTimer(0, milliseconds, oneShot) {}
 
 OrvoTimer::OrvoTimer(long seconds, long milliseconds, bool oneShot)
-    : m_period(packedPeriod(seconds, milliseconds)), m_oneShot(oneShot) {}
+    : m_setting(packed(seconds, milliseconds, oneShot)) {}
 
 OrvoTimer::~OrvoTimer() { OrvoTimerManager::forget(*this); }
 
 void OrvoTimer::reset() {
-    const TimePair period = unpackedPeriod(m_period.load(std::memory_order_relaxed));
-    start(static_cast<long>(period.seconds), period.milliseconds, m_oneShot.load(std::memory_order_relaxed));
+    const TimerSetting setting = unpacked(m_setting.load(std::memory_order_relaxed));
+    start(static_cast<long>(setting.period.seconds), setting.period.milliseconds, setting.oneShot);
 }
 
 void OrvoTimer::start(long seconds, long milliseconds, bool oneShot) {
     const bool stopped = seconds < 1 && milliseconds < 1;
     withManager([&](OrvoTimerManager& manager) {
-        manager.start(*this, packedPeriod(seconds, milliseconds), oneShot, stopped);
+        manager.start(*this, packed(seconds, milliseconds, oneShot), stopped);
     });
 }
 
@@ -46,6 +46,6 @@ void OrvoTimer::stop() {
     withManager([&](OrvoTimerManager& manager) { manager.remove(*this); });
 }
 
-bool OrvoTimer::isOneShot() const { return m_oneShot.load(std::memory_order_relaxed); }
+bool OrvoTimer::isOneShot() const { return unpacked(m_setting.load(std::memory_order_relaxed)).oneShot; }
 
 }  // namespace OrvoSupport

@@ -5,7 +5,7 @@
 #include "OrvoTimer.h"
 #include "platform/Containment.h"
 #include "platform/ThreadSlot.h"
-#include "threads/TimerPeriod.h"
+#include "threads/TimerSetting.h"
 
 namespace OrvoSupport {
 namespace {
@@ -61,7 +61,7 @@ private:
     ListLock& m_lock;
 };
 
-void OrvoTimerManager::start(OrvoTimer& timer, std::uint64_t period, bool oneShot, bool stopped) {
+void OrvoTimerManager::start(OrvoTimer& timer, std::uint64_t setting, bool stopped) {
     ListLock lock(m_listLock);
     if (m_exiting) return;
     m_schedule.remove(timer);
@@ -72,9 +72,8 @@ void OrvoTimerManager::start(OrvoTimer& timer, std::uint64_t period, bool oneSho
         m_schedule.remove(timer);  // another thread may have started it meanwhile
         second = WaitableTimer::calendarSeconds();
     }
-    timer.m_period.store(period, std::memory_order_relaxed);
-    timer.m_oneShot.store(oneShot, std::memory_order_relaxed);
-    if (!stopped) m_schedule.insert(timer, dueAfter(period, second));
+    timer.m_setting.store(setting, std::memory_order_relaxed);
+    if (!stopped) m_schedule.insert(timer, dueAfter(setting, second));
     armOrFire(lock, second);
     lock.unlock();
     awaitBeginning();
@@ -164,7 +163,7 @@ void OrvoTimerManager::fireOne(ListLock& lock, OrvoTimer& timer) {
     if (oneShot)
         m_schedule.remove(timer);
     else
-        m_schedule.insert(timer, dueAfter(timer.m_period, now.seconds));
+        m_schedule.insert(timer, dueAfter(timer.m_setting, now.seconds));
     if (m_schedule.isEmpty()) m_deadline = never;
     lock.unlock();
     callHost([&] { timer.set(); });

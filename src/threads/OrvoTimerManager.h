@@ -38,9 +38,9 @@ public:
     OrvoTimerManager(const OrvoTimerManager&) = delete;
     OrvoTimerManager& operator=(const OrvoTimerManager&) = delete;
 
-    /// Takes the timer out of the schedule, notes its new period and kind, and unless `stopped` puts it in.
+    /// Takes the timer out of the schedule, notes its new setting, and unless `stopped` puts it in again.
     /// What is overdue before or after that fires on the calling thread.
-    void start(OrvoTimer& timer, std::uint64_t period, bool oneShot, bool stopped);
+    void start(OrvoTimer& timer, std::uint64_t setting, bool stopped);
     /// Takes it out; what is overdue among the others fires on the calling thread.
     void remove(OrvoTimer& timer);
     /// restart() and rest() are reset() and stop() for one that is started and stopped all the time, by a

@@ -2,7 +2,7 @@
 // the timer in the schedule: a state in the timer says what holds, and its place there is never too late.
 #include "OrvoTimer.h"
 #include "threads/OrvoTimerManager.h"
-#include "threads/TimerPeriod.h"
+#include "threads/TimerSetting.h"
 
 namespace OrvoSupport {
 namespace {
@@ -19,8 +19,8 @@ constexpr std::int64_t perMillisecond = 1'000'000;
 bool rests(std::int64_t state) { return state == resting || state == seenResting; }
 bool runs(std::int64_t state) { return state > seenResting; }
 
-std::int64_t deadlineAfter(std::uint64_t packedPeriod) {
-    const TimePair period = unpackedPeriod(packedPeriod);
+std::int64_t deadlineAfter(std::uint64_t setting) {
+    const TimePair period = unpacked(setting).period;
     return WaitableTimer::deadlineIn(period.seconds * 1000 + period.milliseconds);
 }
 
@@ -28,7 +28,7 @@ std::int64_t deadlineAfter(std::uint64_t packedPeriod) {
 
 void OrvoTimerManager::restart(OrvoTimer& timer) {
     OrvoTimerManager& manager = instance();
-    const std::int64_t deadline = deadlineAfter(timer.m_period);
+    const std::int64_t deadline = deadlineAfter(timer.m_setting);
     // Without a waiter each start tries again to get one.
     if (manager.m_waiterStands) {
         std::int64_t state = timer.m_restarted;
@@ -38,7 +38,7 @@ void OrvoTimerManager::restart(OrvoTimer& timer) {
     ListLock lock(manager.m_listLock);
     if (manager.m_exiting) return;
     const std::int64_t second = WaitableTimer::calendarSeconds();
-    manager.m_schedule.insert(timer, dueAfter(timer.m_period, second));
+    manager.m_schedule.insert(timer, dueAfter(timer.m_setting, second));
     if (timer.m_scheduled) timer.m_restarted = deadline;
     manager.armOrFire(lock, second, Overdue::firesOnTheWaiter);
     lock.unlock();
@@ -72,14 +72,14 @@ bool OrvoTimerManager::staysDue(OrvoTimer& timer) {
     const std::int64_t milliseconds = (left + perMillisecond - 1) / perMillisecond;
     m_schedule.visit(timer);  // in this second it would look due again
     m_schedule.insert(timer,
-                      dueAfter(packedPeriod(0, milliseconds), WaitableTimer::calendarMilliseconds() / 1000));
+                      dueAfter(packed(0, milliseconds, false), WaitableTimer::calendarMilliseconds() / 1000));
     return false;
 }
 
 /// It repeats after its whole period, unless it has come to rest meanwhile.
 void OrvoTimerManager::noteFiring(OrvoTimer& timer) {
     std::int64_t state = timer.m_restarted;
-    if (runs(state)) timer.m_restarted.compare_exchange_strong(state, deadlineAfter(timer.m_period));
+    if (runs(state)) timer.m_restarted.compare_exchange_strong(state, deadlineAfter(timer.m_setting));
 }
 
 /// Takes out those that nobody has restarted since the waiter looked last. Only the first of the schedule is

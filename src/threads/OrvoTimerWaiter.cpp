@@ -71,16 +71,15 @@ public:
         m_manager.m_waiterBegins = false;
     }
     ~WaitersLife() {
-        const bool unwound = !m_lock.owns_lock();  // a handler has cancelled the thread
-        if (unwound) m_lock.lock();
+        if (!m_lock.owns_lock()) m_lock.lock();
         platform::announceReturn();
         platform::Thread* const thread = m_manager.m_waiter.exchange(nullptr);
         m_manager.m_sleep.close();
         m_manager.m_wakesAt = awake;
         m_manager.m_waiterThread = nullptr;
         m_manager.m_waiterStands = false;
-        if (unwound && !m_manager.m_exiting && !m_manager.m_schedule.isEmpty())
-            m_manager.arm(m_manager.m_deadline);
+        // A handler that cancels its thread takes it away from the other timers.
+        if (!m_manager.m_exiting && !m_manager.m_schedule.isEmpty()) m_manager.arm(m_manager.m_deadline);
         m_lock.unlock();
         platform::closeThread(thread);
     }

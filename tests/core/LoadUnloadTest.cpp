@@ -101,6 +101,24 @@ TEST(LoadUnloadTest, takesItsThreadsAlongThatALoggerHasStarted) {
     EXPECT_LE(after.handles, before.handles + 4);
 }
 
+TEST(LoadUnloadTest, takesTheThreadAlongThatServesTimers) {
+    const int warmUp = 5;
+    Resources before;
+    for (int i = 0; i < 50; ++i) {
+        if (i == warmUp) before = resourcesInUse();
+        {
+            const Plugin host("LockUser");
+            ASSERT_TRUE(host.loaded());
+            EXPECT_EQ(0, host.function<int()>("useTimers")());
+        }
+        ASSERT_FALSE(isLoaded("osupt")) << "after load " << i;
+    }
+    const Resources after = resourcesInUse();
+    EXPECT_LE(after.threads, before.threads);
+    EXPECT_LE(after.handles, before.handles + 4);
+    EXPECT_LE(after.heapBytes, before.heapBytes + 32 * 1024);
+}
+
 TEST(LoadUnloadTest, threadsThatHeldLocksEndAfterTheLibraryIsGone) {
     for (int i = 0; i < 10; ++i) {
         std::vector<LongLivedThread> threads(3);

@@ -4,6 +4,7 @@
 #include "OrvoLogging.h"
 #include "OrvoObjectBase.h"
 #include "OrvoObjectFactory.h"
+#include "OrvoTimer.h"
 
 namespace {
 
@@ -15,6 +16,9 @@ struct Registration : OrvoSupport::OrvoObjectFactoryRegistration {
         return new OrvoSupport::OrvoObjectBase;
     }
 } registration;
+
+OrvoSupport::OrvoTimer longTimer;
+OrvoSupport::OrvoTimer shortTimer;
 
 }  // namespace
 
@@ -59,6 +63,13 @@ extern "C" void useLogger() {
         logger << "record " << i << endrecord;
         logger.expire();
     }
+}
+
+/// Leaves timers started, and the thread that serves them; returns 0 when one has fired.
+extern "C" int useTimers() {
+    longTimer.start(3600, 0, false);
+    shortTimer.start(1, false);
+    return shortTimer.wait(60000);
 }
 
 /// Ends up holding a lock that another thread may find abandoned.

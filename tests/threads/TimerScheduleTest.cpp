@@ -10,13 +10,13 @@
 #include <vector>
 
 #include "OrvoTimer.h"
-#include "threads/TimerPeriod.h"
+#include "threads/TimerSetting.h"
 
 namespace {
 
 using namespace OrvoSupport;
 
-TEST(TimerPeriodTest, normalisesTowardZeroAndKeepsTheSign) {
+TEST(TimerSettingTest, normalisesTowardZeroAndKeepsTheSign) {
     struct Case {
         std::int64_t seconds, milliseconds, wholeSeconds;
         std::int32_t rest;
@@ -31,9 +31,12 @@ TEST(TimerPeriodTest, normalisesTowardZeroAndKeepsTheSign) {
                           {-1, -1, -1, -1}};
     for (const Case& c : cases) {
         SCOPED_TRACE(testing::Message() << c.seconds << ", " << c.milliseconds);
-        const TimePair period = unpackedPeriod(packedPeriod(c.seconds, c.milliseconds));
-        EXPECT_EQ(c.wholeSeconds, period.seconds);
-        EXPECT_EQ(c.rest, period.milliseconds);
+        for (const bool oneShot : {false, true}) {
+            const TimerSetting setting = unpacked(packed(c.seconds, c.milliseconds, oneShot));
+            EXPECT_EQ(c.wholeSeconds, setting.period.seconds);
+            EXPECT_EQ(c.rest, setting.period.milliseconds);
+            EXPECT_EQ(oneShot, setting.oneShot);
+        }
     }
 }
 
