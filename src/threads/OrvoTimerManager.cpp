@@ -174,7 +174,7 @@ void OrvoTimerManager::fireOne(ListLock& lock, OrvoTimer& timer) {
 void OrvoTimerManager::forget(OrvoTimer& timer) {
     OrvoTimerManager& manager = instance();
     ListLock lock(manager.m_listLock);
-    manager.removeAndArm(lock, timer);
+    if (timer.m_scheduled) manager.removeAndArm(lock, timer);
     while (manager.m_fired == &timer) {
         if (manager.m_firingThread == platform::thisThread())
             manager.m_fired = nullptr;  // destroyed by its own handler: the pass goes on without it

@@ -169,7 +169,8 @@ void OrvoTimerManager::awaitEnd() noexcept {
             platform::Thread* const thread = m_waiter.exchange(nullptr);
             platform::killThread(*thread);
             platform::closeThread(thread);
-            break;
+            m_sleep.close();
+            m_waiterStands = false;
         }
         pauseAfter(tries);
     }

@@ -8,6 +8,7 @@
 #include "OrvoCriticalSection.h"
 #include "OrvoObjectBase.h"
 #include "OrvoObjectFactory.h"
+#include "OrvoTimer.h"
 #include "core/ObjectLock.h"
 
 namespace {
@@ -31,8 +32,12 @@ OrvoObjectBase* makeObject() { return new OrvoObjectBase; }
 struct EarlyAndLate {
     EarlyAndLate() : depth(lockOnTwoThreads(lock)), pointer(new OrvoObjectBase) {
         OrvoObjectFactory::getGlobalInstance().add("object", makeObject);
+        timer.reset();
     }
     ~EarlyAndLate() {
+        timer.reset();
+        timer.start(-1, 1, true);
+        timer.stop();
         // Nothing can be reported to the test any more; the program fails instead.
         OrvoCriticalSectionObject late;
         const OrvoSmartPointer<OrvoObjectBase> again(pointer);
@@ -44,6 +49,7 @@ struct EarlyAndLate {
         if (hasObject != (objectLock() != nullptr)) std::abort();
         OrvoObjectFactory::deleteGlobalInstance();
     }
+    OrvoTimer timer{20, false};
     OrvoCriticalSectionObject lock;
     int depth;
     OrvoSmartPointer<OrvoObjectBase> pointer;
@@ -57,6 +63,10 @@ TEST(StaticBuildTest, locksAndCountsBeforeMain) {
 
 TEST(StaticBuildTest, theFactoryKeepsWhatItGotBeforeMain) {
     EXPECT_TRUE(OrvoObjectFactory::getGlobalInstance().construct("object") != nullptr);
+}
+
+TEST(StaticBuildTest, aTimerStartedBeforeMainFires) {
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(0, earlyAndLate.timer.wait(60000));
 }
 
 TEST(StaticBuildTest, theObjectLockStandsWhenTheProgramRuns) {
