@@ -64,6 +64,9 @@ Child ChildList::remove(const string& key) { return removeAt(positionOf(key)); }
 
 Child ChildList::takeNext(Cursor& cursor) {
     if (isEnd(cursor)) return nullptr;
+    // Places that are empty from now on must not be compared when a child that is still here gets another
+    // key.
+    m_wasInOrder.store(false, relaxed);
     Block& block = m_blocks[cursor.block];
     Child child = std::move(block[cursor.offset].child);
     leave(*child);

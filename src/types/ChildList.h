@@ -40,7 +40,8 @@ public:
     Child remove(std::size_t index);
     Child remove(const string& key);
 
-    /// Moves every child out in turn: the one at a cursor, which begins at {0, 0}, or null at the end.
+    /// Moves every child out in turn: the one at a cursor, which begins at {0, 0}, or null at the end. The
+    /// list is good for nothing else then.
     struct Cursor {
         std::size_t block = 0;
         std::size_t offset = 0;

@@ -1,6 +1,7 @@
 // How nodes of a tree end.
 #include <gmock/gmock.h>
 
+#include <functional>
 #include <thread>
 
 #include "types/TreeNodes.h"
@@ -97,6 +98,40 @@ TEST(TreeLifeTest, isDoneWithAnotherTreeBeforeItsHoldersDestructorGoesOn) {
     root = nullptr;
     EXPECT_EQ(2u, Owner::afterHeld);
     EXPECT_THAT(deaths, ElementsAre("x1", "y0", "owner1", "child0"));
+}
+
+/// Does something when it ends.
+class Ending : public OrvoTreeNode {
+public:
+    Ending(const string& key, std::function<void()> action)
+        : OrvoTreeNode(key), m_action(std::move(action)) {}
+    ~Ending() override { m_action(); }
+
+private:
+    std::function<void()> m_action;
+};
+
+TEST(TreeLifeTest, bearsThatANodeThatEndsRenamesItsSiblings) {
+    for (const char* key : {"a", "k", "z"}) {
+        Node parent = make("");
+        const Node sibling = make("k");
+        const Node last = make("k");
+        parent->add(new Ending("k", [&] {
+            sibling->setKey(key);
+            last->setKey(sibling->getKey());
+        }));
+        parent->add(sibling);
+        parent->add(last);
+        parent = nullptr;
+        EXPECT_EQ(key, last->getKey());
+
+        OrvoTreeNode other;
+        other.add(make("m"));
+        other.add(sibling)->setKey("y");
+        EXPECT_THAT(keysOf(other), testing::Contains("y"));
+        EXPECT_EQ(sibling, other.getNode("y"));
+        EXPECT_EQ(1u, last->refCount());
+    }
 }
 
 TEST(TreeLifeTest, endsTreesOfAnyDepth) {
