@@ -57,7 +57,7 @@ public:
 
 private:
     template <class Stored>
-    OrvoOutputObjectStream& put(Stored value) {
+    OrvoOutputObjectStream& put(const Stored& value) {
         write(&value, sizeof value, 1);
         return *this;
     }
@@ -107,8 +107,12 @@ public:
 private:
     template <class Stored, class Value>
     OrvoInputObjectStream& get(Value& value) {
-        // The low bytes come first; those of a larger number follow from the sign.
-        if (read(&value, sizeof(Stored), 1) > 0) value = static_cast<Stored>(value);
+        if constexpr (sizeof(Stored) == sizeof(Value)) {
+            read(&value, sizeof value, 1);  // and no more: copying a signalling NaN may change it
+        } else if (read(&value, sizeof(Stored), 1) > 0) {
+            // The low bytes came first; those of the larger number follow from the sign.
+            value = static_cast<Stored>(value);
+        }
         return *this;
     }
 };

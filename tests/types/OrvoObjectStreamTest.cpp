@@ -10,10 +10,12 @@
 #include <vector>
 
 #include "types/StreamBytes.h"
+#include "types/VirtualSlots.h"
 
 namespace {
 
 using namespace OrvoSupport;
+using testing_support::virtualSlot;
 
 static_assert(std::has_virtual_destructor_v<OrvoObjectStream>);
 static_assert(std::is_abstract_v<OrvoInputObjectStream> && std::is_abstract_v<OrvoOutputObjectStream>);
@@ -137,6 +139,26 @@ TEST(OrvoObjectStreamTest, readsNumbersBack) {
     expectReadBack(-5.25e300);
     for (const long value : {-2147483647l - 1, -1l, 0l, 2147483647l}) expectReadBack(value);
     for (const unsigned long value : {0ul, 2147483648ul, 4294967295ul}) expectReadBack(value);
+}
+
+// A copy through a floating point register would make another number of it.
+TEST(OrvoObjectStreamTest, readsEveryPatternOfBytesIntoAFloatingPointNumber) {
+    const std::string signallingFloat = bytes({1, 0, 0x80, 0x7F});
+    const std::string signallingDouble = bytes({1, 0, 0, 0, 0, 0, 0xF0, 0x7F});
+    Source stream(signallingFloat + signallingDouble);
+    float number = 0;
+    double real = 0;
+    stream >> number >> real;
+    EXPECT_EQ(0, std::memcmp(signallingFloat.data(), &number, sizeof number));
+    EXPECT_EQ(0, std::memcmp(signallingDouble.data(), &real, sizeof real));
+}
+
+TEST(OrvoObjectStreamTest, hasItsOperationsInTheirOrder) {
+    EXPECT_EQ(2u, virtualSlot(&OrvoInputObjectStream::reset));
+    EXPECT_EQ(3u, virtualSlot(&OrvoInputObjectStream::read));
+    EXPECT_EQ(4u, virtualSlot(&OrvoInputObjectStream::peek));
+    EXPECT_EQ(2u, virtualSlot(&OrvoOutputObjectStream::reset));
+    EXPECT_EQ(3u, virtualSlot(&OrvoOutputObjectStream::write));
 }
 
 TEST(OrvoObjectStreamTest, readsAFullLongFromFourBytes) {
