@@ -9,6 +9,8 @@
 #include <type_traits>
 #include <vector>
 
+#include "types/VirtualSlots.h"
+
 namespace {
 
 using namespace OrvoSupport;
@@ -74,6 +76,10 @@ TEST(OrvoObjectFactoryTest, constructsThroughARegistration) {
     EXPECT_EQ(7, makerOf(factory, "Thing"));
     const OrvoSmartPointer<OrvoObjectBase> object = factory.construct("Thing");
     EXPECT_EQ(1u, object->refCount());
+}
+
+TEST(OrvoObjectFactoryTest, aRegistrationHasItsOperationBehindTheDestructor) {
+    EXPECT_EQ(2u, testing_support::virtualSlot(&OrvoObjectFactoryRegistration::create));
 }
 
 TEST(OrvoObjectFactoryTest, theFirstOfAKindCounts) {

@@ -1,6 +1,8 @@
 // Reading, printing and ordering versions, and lists of ranges.
 #include <gmock/gmock.h>
 
+#include <type_traits>
+
 #include "OrvoException.h"
 #include "OrvoVersion.h"
 
@@ -9,6 +11,8 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
+
+static_assert(std::has_virtual_destructor_v<OrvoVersion>);
 
 // The comparison is private, and a program that compares versions has to get at it. An explicit instantiation
 // may name what is private.

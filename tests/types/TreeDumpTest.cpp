@@ -6,6 +6,7 @@
 #include "OrvoLogging.h"
 #include "support/TempFolder.h"
 #include "types/TreeNodes.h"
+#include "types/VirtualSlots.h"
 
 using namespace OrvoSupport;
 using testing::ElementsAre;
@@ -111,6 +112,11 @@ private:
     std::vector<string>& m_printed;
     std::function<void()> m_action;
 };
+
+TEST_F(TreeDumpTest, hasTheOperationForDerivedClassesBehindTheInheritedOnes) {
+    EXPECT_EQ(testing_support::virtualSlot(&OrvoObjectBase::getClassName) + 1,
+              testing_support::virtualSlot(&OrvoTreeNode::printGuts));
+}
 
 TEST_F(TreeDumpTest, letsDerivedClassesPrintTheirOwn) {
     logAt(9);

@@ -193,6 +193,20 @@ TEST(TreePathTest, replacesTheFirstOfSeveralAndAddsBehindThem) {
     EXPECT_THAT(keysOf(*node), ElementsAre("child"));
 }
 
+// It has the key already when the first child with that key is taken out, and that may be itself.
+TEST(TreePathTest, movesASiblingBehindANodeThatHeldThePlace) {
+    OrvoTreeNode root;
+    const Node sibling = root.add(new DataNode("a"));
+    const Node place = root.add(make("k"));
+    const Node child = place->add(make("child"));
+    EXPECT_EQ(sibling, addAt(root, {"k"}, sibling));
+    EXPECT_EQ(place, root[0]);
+    EXPECT_EQ(sibling, root[1]);
+    EXPECT_EQ(nullptr, root[2]);
+    EXPECT_EQ(child, (*sibling)[0]);
+    EXPECT_THAT(keysOf(*place), IsEmpty());
+}
+
 TEST(TreePathTest, letsOneNodeStandInSeveralPlaces) {
     OrvoTreeNode root;
     const Node shared = new DataNode("");
