@@ -164,5 +164,34 @@ TEST_F(DropfolderTest, showsItsUsageWhenCalledWrongly) {
     EXPECT_NE(std::string::npos, process->output().find("Unrecognized option: --nonsense"));
 }
 
+TEST_F(DropfolderTest, saysThatAServiceIsNotThere) {
+    const auto process = start({"status", "--name=there-is-no-such-service"});
+    EXPECT_EQ(1, process->wait(60));
+    EXPECT_NE(std::string::npos, process->output().find("there-is-no-such-service: "));
+}
+
+TEST_F(DropfolderTest, installsNoServiceWithSettingsThatDoNotWork) {
+    configure("level=high\n");
+    const auto process = start({"install", "--name=there-is-no-such-service"});
+    EXPECT_EQ(2, process->wait(60));
+    EXPECT_NE(std::string::npos, process->output().find("level must be a number"));
+}
+
+TEST_F(DropfolderTest, takesOnlyPlainNamesForServices) {
+    configure();
+    for (const char* name : {"--name=a b", "--name=../x", "--name=", "--name=-x"}) {
+        const auto process = start({"status", name});
+        EXPECT_EQ(2, process->wait(60)) << process->output();
+    }
+}
+
+TEST_F(DropfolderTest, doesNothingAsAServiceThatNoControlManagerHasStarted) {
+    configure();
+    drop("a.txt");
+    const auto process = start({"service"});
+    EXPECT_EQ(0, process->wait(60));
+    EXPECT_TRUE(waits("a.txt"));
+}
+
 }  // namespace
 }  // namespace dropfolder_test
