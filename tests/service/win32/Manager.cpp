@@ -18,8 +18,13 @@ struct Handle {
 
 }  // namespace
 
-ManagedService::ManagedService(const std::string& name)
-    : m_name(name), m_manager(::OpenSCManagerA(nullptr, nullptr, SC_MANAGER_ALL_ACCESS)) {}
+// Under Wine the control manager is a program like others, and on a machine that has much to do it may not
+// answer at once.
+ManagedService::ManagedService(const std::string& name) : m_name(name) {
+    const Clock::time_point end = Clock::now() + limit;
+    do m_manager = ::OpenSCManagerA(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
+    while (!m_manager && Clock::now() < end);
+}
 
 ManagedService::~ManagedService() {
     const Handle handle{open()};
@@ -36,7 +41,11 @@ ManagedService::~ManagedService() {
 }
 
 SC_HANDLE ManagedService::open() const {
-    return ::OpenServiceA(m_manager, m_name.c_str(), SERVICE_ALL_ACCESS);
+    const Clock::time_point end = Clock::now() + limit;
+    SC_HANDLE service;
+    do service = ::OpenServiceA(m_manager, m_name.c_str(), SERVICE_ALL_ACCESS);
+    while (!service && ::GetLastError() != ERROR_SERVICE_DOES_NOT_EXIST && Clock::now() < end);
+    return service;
 }
 
 bool ManagedService::exists() const {
