@@ -131,6 +131,31 @@ TEST(ThreadKillTest, wakesWhoWaitsForTheThread) {
     EXPECT_TRUE(result == ended || result == nothingToWaitFor) << result;
 }
 
+TEST(ThreadKillTest, wakesWhoWaitsForSeveral) {
+    Counter counter;
+    WorkThread one([&] { return counter.count(); });
+    WorkThread two([&] { return counter.count(); });
+    one.start();
+    two.start();
+    for (const bool all : {false, true}) {
+        std::atomic<int> result{failed};
+        std::atomic<bool> asked{false};
+        std::vector<OrvoThread*> list = {&one, &two};
+        std::thread waiter([&] {
+            asked = true;
+            result = OrvoThread::wait(list, all, generousMs);
+        });
+        EXPECT_TRUE(until([&] { return asked.load(); }));
+        letOthersRun();
+        two.kill();
+        if (all) one.kill();
+        waiter.join();
+        EXPECT_EQ(all ? 0 : 1, result);
+        two.start();
+    }
+    two.kill();
+}
+
 TEST(ThreadKillTest, leavesLocksAbandoned) {
     OrvoCriticalSectionObject lock;
     std::atomic<bool> held{false};
@@ -241,6 +266,104 @@ TEST(ThreadKillTest, aThreadMayKillItself) {
     thread.start();
     ASSERT_TRUE(until([&] { return thread.wait(-1) == nothingToWaitFor; }));
     EXPECT_EQ(8, thread.getExitCode());
+}
+
+TEST(ThreadKillTest, threadsKillEachOther) {
+    for (int i = 0; i < 20; ++i) {
+        std::unique_ptr<WorkThread> first;
+        std::unique_ptr<WorkThread> second;
+        std::atomic<bool> go{false};
+        const auto attack = [&go](std::unique_ptr<WorkThread>& victim) {
+            while (!go) std::this_thread::yield();
+            victim->kill();
+            return 0;
+        };
+        first = std::make_unique<WorkThread>([&] { return attack(second); });
+        second = std::make_unique<WorkThread>([&] { return attack(first); });
+        first->setMarkForKill();
+        second->setMarkForKill();
+        first->start();
+        second->start();
+        go = true;
+        const auto isOver = [](OrvoThread& thread) {
+            std::vector<OrvoThread*> list = {&thread};
+            return !thread.isAlive() || OrvoThread::wait(list, true, 1) != severalTimedOut;
+        };
+        ASSERT_TRUE(until([&] { return isOver(*first) && isOver(*second); }));
+    }
+}
+
+TEST(ThreadKillTest, whoeverSurvivesAnotherCanStillBeStopped) {
+    for (int i = 0; i < 20; ++i) {
+        std::unique_ptr<WorkThread> first;
+        std::unique_ptr<WorkThread> second;
+        Counter counters[2];
+        std::atomic<bool> go{false};
+        const auto attack = [&go](std::unique_ptr<WorkThread>& victim, Counter& counter) {
+            while (!go) std::this_thread::yield();
+            victim->kill();
+            return counter.count();
+        };
+        first = std::make_unique<WorkThread>([&] { return attack(second, counters[0]); });
+        second = std::make_unique<WorkThread>([&] { return attack(first, counters[1]); });
+        for (WorkThread* thread : {first.get(), second.get()}) {
+            thread->setMarkForKill();
+            thread->start();
+        }
+        go = true;
+        const auto isOver = [](OrvoThread& thread) {
+            std::vector<OrvoThread*> list = {&thread};
+            return !thread.isAlive() || OrvoThread::wait(list, true, 1) != severalTimedOut;
+        };
+        ASSERT_TRUE(until([&] { return isOver(*first) || isOver(*second); }));
+        first->stop();
+        second->stop();
+        EXPECT_TRUE(counters[0].stands());
+        EXPECT_TRUE(counters[1].stands());
+    }
+}
+
+TEST(ThreadKillTest, endsAThreadThatKillsAnother) {
+    for (int i = 0; i < 20; ++i) {
+        Counter counter;
+        WorkThread victim([&] { return counter.count(); });
+        std::atomic<bool> begun{false};
+        WorkThread killer([&] {
+            begun = true;
+            for (;;) {
+                victim.start();
+                victim.kill();
+            }
+            return 0;
+        });
+        killer.start();
+        ASSERT_TRUE(until([&] { return begun.load(); }));
+        killer.kill();
+        expectLikeNew(killer);
+        victim.kill();
+        expectLikeNew(victim);
+    }
+}
+
+TEST(ThreadKillTest, aHandlerMayKillTheThreadThatTellsIt) {
+    std::atomic<OrvoThread*> self{nullptr};
+    std::atomic<bool> survived{false};
+    WorkThread thread([] { return 5; });
+    Onlooker onlooker([&] {
+        self.load()->kill();
+        survived = true;
+    });
+    self = &thread;
+    thread.addDependent(onlooker);
+    thread.start();
+    std::vector<OrvoThread*> list = {&thread};
+    EXPECT_EQ(0, OrvoThread::wait(list, true, generousMs));
+    EXPECT_EQ(1, onlooker.told);
+    EXPECT_FALSE(survived);
+    EXPECT_EQ(-1, thread.getExitCode());
+    thread.waitForThreadExit();
+    thread.kill();
+    expectLikeNew(thread);
 }
 
 TEST(ThreadKillTest, theObjectOfAThreadThatKilledItselfIsDestroyedLikeAnyOther) {

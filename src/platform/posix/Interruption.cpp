@@ -112,12 +112,14 @@ void Interruption::close() noexcept {
 void Interruption::suspend() noexcept {
     std::uint32_t word = m_word;
     do {
-        if ((word & (closed | ending)) || stops(word) == mostStops) return;
-    } while (!m_word.compare_exchange_weak(word, word + oneStop));
+        if ((word & closed) || stops(word) == mostStops) return;
+    } while (!(word & ending) && !m_word.compare_exchange_weak(word, word + oneStop));
     if (interruptionOfThisThread == this)
         attendNow();
     else
-        callUntil([](std::uint32_t now) { return (now & (standing | closed)) || stops(now) == 0; });
+        callUntil([](std::uint32_t now) {
+            return (now & (standing | closed)) || (stops(now) == 0 && !(now & ending));
+        });
 }
 
 void Interruption::resume() noexcept {
@@ -226,7 +228,14 @@ void Interruption::attend() noexcept {
     endUnwatched(this);
 }
 
-void Interruption::moveToChild() noexcept { m_threadId = ::gettid(); }
+void Interruption::moveToChild() noexcept {
+    m_threadId = ::gettid();
+    m_word.fetch_and(opened | closed);
+    m_called = false;
+    m_insisting = false;
+    m_refusals = 0;
+    interruptibility.pending = nullptr;
+}
 
 void Interruption::closeInChild() noexcept { m_word.fetch_or(closed); }
 

@@ -19,7 +19,7 @@ namespace OrvoSupport::platform {
 /// both sides sleep.
 ///
 /// The thread comes to it at once where it can: not in an uninterrupted stretch, nor (unless it stays there
-/// for more than a tenth of a second) where it holds a lock of the C library.
+/// for more than a tenth of a second) where it holds a lock of the C library, nor while it blocks the signal.
 ///
 /// Thread safety: any operation from any thread, unless it says otherwise.
 class Interruption {
@@ -32,7 +32,8 @@ public:
     void open() noexcept;
     void close() noexcept;
 
-    /// Returns when the thread stands still, or has ended, or has been resumed meanwhile.
+    /// Returns when the thread stands still, or has ended, or has been resumed meanwhile. A thread that was
+    /// to end by the will of one that has ended itself meanwhile does so now.
     void suspend() noexcept;
     void resume() noexcept;
     /// Returns when the thread has called close(); the thread itself does not return.
@@ -48,7 +49,8 @@ public:
 
     bool isClosed() const { return m_word.load(std::memory_order_acquire) & closed; }
 
-    /// In a child that has just been forked: by the one thread there is, or about one that is not there.
+    /// In a child that has just been forked: by the one thread there is, or about one that is not there. What
+    /// others wanted of the thread they wanted of the one in the parent.
     void moveToChild() noexcept;
     void closeInChild() noexcept;
 

@@ -4,6 +4,7 @@
 #include <pthread.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -200,6 +201,43 @@ TEST(OrvoThreadKilledTest, aThreadThatPrintsLeavesTheStreamInOrder) {
         ASSERT_TRUE(thread.hasBegun());
         thread.kill();
         ::fprintf(sink.get(), "%d\n", 2);
+    }
+}
+
+TEST(OrvoThreadKilledTest, aThreadThatForksLeavesTheProcessAbleToFork) {
+    if (threadSanitizer) GTEST_SKIP() << "its run-time part may leave a lock of its own behind in a child";
+    const auto forkOnce = [] {
+        const pid_t child = ::fork();
+        if (child == 0) ::_exit(0);
+        return child > 0 && ::waitpid(child, nullptr, 0) == child;
+    };
+    Worker thread([&]() -> int {
+        while (forkOnce()) continue;
+        return 1;
+    });
+    for (int i = 0; i < rounds / 5; ++i) {
+        thread.startAnew();
+        ASSERT_TRUE(thread.hasBegun());
+        if (i % 2 == 0) nap();
+        if (i % 3 == 0) thread.stop();
+        thread.kill();
+        EXPECT_TRUE(forkOnce());
+    }
+    while (::waitpid(-1, nullptr, 0) > 0) continue;  // those it had no time to wait for
+}
+
+TEST(OrvoThreadKilledTest, aThreadThatStartsThreadsOfTheHostLeavesTheProcessAbleToDoSo) {
+    if (threadSanitizer)
+        GTEST_SKIP() << "its run-time part has locks of its own around the start of a thread";
+    Worker thread([]() -> int {
+        for (;;) std::thread([] {}).join();
+    });
+    for (int i = 0; i < rounds / 2; ++i) {
+        thread.startAnew();
+        ASSERT_TRUE(thread.hasBegun());
+        if (i % 2 == 0) nap();
+        thread.kill();
+        std::thread([] {}).join();
     }
 }
 

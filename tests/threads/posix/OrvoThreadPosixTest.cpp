@@ -229,6 +229,34 @@ TEST(OrvoThreadStopTest, reachesAThreadWhoseStarterBlocksAllSignals) {
     ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
+TEST(OrvoThreadStopTest, reachesAThreadThatBlocksAllSignalsOnceItLetsThemThrough) {
+    std::atomic<bool> blocked{false};
+    std::atomic<bool> letThrough{false};
+    Worker thread([&]() -> int {
+        sigset_t all;
+        sigset_t before;
+        ::sigfillset(&all);
+        ::pthread_sigmask(SIG_SETMASK, &all, &before);
+        blocked = true;
+        while (!letThrough) std::this_thread::yield();
+        ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+        for (;;) std::this_thread::yield();
+    });
+    thread.start();
+    ASSERT_TRUE(waitUntil([&] { return blocked.load(); }));
+    std::atomic<bool> stopped{false};
+    std::thread other([&] {
+        thread.stop();
+        stopped = true;
+        thread.kill();
+    });
+    nap();
+    EXPECT_FALSE(stopped);
+    letThrough = true;
+    other.join();
+    EXPECT_FALSE(thread.isAlive());
+}
+
 TEST(OrvoThreadStopTest, ofAStoppedThreadDoesNotKeepTheProcessFromChangingItsUser) {
     Counting thread;
     thread.start();
@@ -384,6 +412,48 @@ TEST(OrvoThreadForkTest, aThreadThatForksGoesOnInTheChild) {
         status = ended;
         return 0;
     });
+    thread.start();
+    thread.wait(-1);
+    EXPECT_EQ(0, status);
+}
+
+TEST(OrvoThreadForkTest, whatIsWantedOfAThreadThatForksIsNotWantedOfTheChild) {
+    if (threadSanitizer) GTEST_SKIP() << "its run-time part starts no threads in a child";
+    std::atomic<int> status{-1};
+    Worker thread([&] {
+        sigset_t all;
+        sigset_t before;
+        sigset_t pending;
+        ::sigfillset(&all);
+        ::pthread_sigmask(SIG_SETMASK, &all, &before);
+        if (!waitUntil(
+                [&] { return ::sigpending(&pending) == 0 && ::sigismember(&pending, SIGRTMAX - 3) == 1; }))
+            return 1;
+        const pid_t child = ::fork();
+        ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+        if (child == 0) {
+            ::alarm(60);
+            std::atomic<bool> stopped{false};
+            std::atomic<unsigned> steps{0};
+            Worker other([&] {
+                thread.stop();
+                stopped = true;
+                thread.start();
+                return 0;
+            });
+            other.start();
+            while (!stopped) ++steps;
+            ::_exit(0);
+        }
+        int ended = -1;
+        ::waitpid(child, &ended, 0);
+        status = ended;
+        return 0;
+    });
+    thread.start();
+    ASSERT_TRUE(thread.hasBegun());
+    thread.stop();
+    EXPECT_EQ(-1, status);
     thread.start();
     thread.wait(-1);
     EXPECT_EQ(0, status);

@@ -131,31 +131,6 @@ TEST(OrvoThreadSystemTest, stopsAreTheSystemsSuspensions) {
     EXPECT_EQ(1u, ::ResumeThread(handleOf(thread)));
 }
 
-TEST(OrvoThreadSystemTest, threadsKillEachOther) {
-    for (int i = 0; i < 20; ++i) {
-        std::unique_ptr<WorkThread> first;
-        std::unique_ptr<WorkThread> second;
-        std::atomic<bool> go{false};
-        const auto attack = [&go](std::unique_ptr<WorkThread>& victim) {
-            while (!go) std::this_thread::yield();
-            victim->kill();
-            return 0;
-        };
-        first = std::make_unique<WorkThread>([&] { return attack(second); });
-        second = std::make_unique<WorkThread>([&] { return attack(first); });
-        first->setMarkForKill();
-        second->setMarkForKill();
-        first->start();
-        second->start();
-        go = true;
-        const auto isOver = [](OrvoThread& thread) {
-            std::vector<OrvoThread*> list = {&thread};
-            return !thread.isAlive() || OrvoThread::wait(list, true, 1) != severalTimedOut;
-        };
-        ASSERT_TRUE(until([&] { return isOver(*first) && isOver(*second); }));
-    }
-}
-
 // They compute, sleep, wait or allocate; meanwhile this thread and another one allocate too.
 TEST(OrvoThreadSystemTest, theProcessGoesOnAfterAThousandKills) {
     std::atomic<bool> more{true};
