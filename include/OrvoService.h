@@ -56,7 +56,7 @@ public:
 
     /// Enters this program into the control manager, started with the system, with m_arguments behind its
     /// path and m_description. The path is not quoted: see the README for paths with blanks. False when it
-    /// could not be done or the name exists already.
+    /// could not be done, as on a Linux system that does not run systemd, or the name exists already.
     bool install();
     /// Stops the service if it runs, waits for that without limit, and takes it out of the control manager.
     bool remove();
