@@ -11,15 +11,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "platform/posix/Sanitizers.h"
+
 // The C library's clone() under a name that sanitizers leave alone: theirs takes every child for a copy.
 extern "C" int __clone(int (*function)(void*), void* stack, int flags, void* argument, ...) noexcept;
 
 // Code of the other processes must not touch the sanitizers' state, which it shares with the caller.
-#if defined(__clang__)
-#define OTHER_PROCESS __attribute__((disable_sanitizer_instrumentation, no_sanitize("undefined")))
-#else
-#define OTHER_PROCESS __attribute__((no_sanitize("address", "thread", "undefined")))
-#endif
+#define OTHER_PROCESS OSUPT_NOT_INSTRUMENTED
 
 namespace OrvoSupport::platform {
 namespace {

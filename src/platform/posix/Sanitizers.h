@@ -14,6 +14,13 @@
 #define OSUPT_THREAD_SANITIZER 1
 #endif
 
+// For code that runs where the sanitizers' state is another's, or is not there.
+#if defined(__clang__)
+#define OSUPT_NOT_INSTRUMENTED __attribute__((disable_sanitizer_instrumentation, no_sanitize("undefined")))
+#else
+#define OSUPT_NOT_INSTRUMENTED __attribute__((no_sanitize("address", "thread", "undefined")))
+#endif
+
 // Found at run time in whatever program has them.
 extern "C" {
 __attribute__((weak)) void __asan_handle_no_return();

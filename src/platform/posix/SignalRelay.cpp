@@ -4,9 +4,9 @@
 #include <poll.h>
 #include <sched.h>
 #include <sys/eventfd.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cstdint>
 
 #include "platform/posix/Sanitizers.h"
@@ -17,27 +17,33 @@ namespace {
 constexpr int signals = 32;  // the standard ones are below
 
 // What the handler needs of the relay that is open.
-std::atomic<pid_t> theProcess{0};  // 0 while none is open
-std::atomic<int> theEvent{-1};
-std::atomic<unsigned> arrived{0};  // a bit for each signal
-std::atomic<int> handlersAtWork{0};
+pid_t theProcess = 0;  // 0 while none is open
+int theEvent = -1;
+unsigned arrived = 0;  // a bit for each signal
+int handlersAtWork = 0;
 struct sigaction actionsBefore[signals];
 
-void announce() {
+OSUPT_NOT_INSTRUMENTED void announce() {
     const std::uint64_t one = 1;
-    [[maybe_unused]] const ssize_t written = ::write(theEvent, &one, sizeof one);
+    ::syscall(SYS_write, __atomic_load_n(&theEvent, __ATOMIC_SEQ_CST), &one, sizeof one);
 }
 
-void relay(int signal, siginfo_t*, void*) {
+// In a copy of the process: the signal comes again as soon as the handler has returned.
+void passOn(int signal) {
+    ::sigaction(signal, &actionsBefore[signal], nullptr);
+    ::raise(signal);
+}
+
+// It may come on a thread that has hardly begun or is almost gone.
+OSUPT_NOT_INSTRUMENTED void relay(int signal, siginfo_t*, void*) {
     const int error = errno;
-    if (::getpid() == theProcess) {
-        ++handlersAtWork;
-        arrived |= 1U << signal;
+    if (::syscall(SYS_getpid) == __atomic_load_n(&theProcess, __ATOMIC_SEQ_CST)) {
+        __atomic_add_fetch(&handlersAtWork, 1, __ATOMIC_SEQ_CST);
+        __atomic_or_fetch(&arrived, 1U << signal, __ATOMIC_SEQ_CST);
         announce();
-        --handlersAtWork;
-    } else {  // a copy of the process; the signal comes again as soon as this returns
-        ::sigaction(signal, &actionsBefore[signal], nullptr);
-        ::raise(signal);
+        __atomic_sub_fetch(&handlersAtWork, 1, __ATOMIC_SEQ_CST);
+    } else {
+        passOn(signal);
     }
     errno = error;
 }
@@ -45,7 +51,8 @@ void relay(int signal, siginfo_t*, void*) {
 int nextArrived() {
     for (int signal = 1; signal < signals; ++signal) {
         const unsigned bit = 1U << signal;
-        if ((arrived & bit) && (arrived.fetch_and(~bit) & bit)) return signal;
+        if (!(__atomic_load_n(&arrived, __ATOMIC_SEQ_CST) & bit)) continue;
+        if (__atomic_fetch_and(&arrived, ~bit, __ATOMIC_SEQ_CST) & bit) return signal;
     }
     return SignalRelay::none;
 }
@@ -54,14 +61,16 @@ int nextArrived() {
 
 bool SignalRelay::open(const std::vector<int>& wanted) {
     pid_t nobody = 0;
-    if (!theProcess.compare_exchange_strong(nobody, ::getpid())) return false;
+    if (!__atomic_compare_exchange_n(&theProcess, &nobody, ::getpid(), false, __ATOMIC_SEQ_CST,
+                                     __ATOMIC_SEQ_CST))
+        return false;
     const int event = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (event < 0) {
-        theProcess = 0;
+        __atomic_store_n(&theProcess, 0, __ATOMIC_SEQ_CST);
         return false;
     }
-    theEvent = event;
-    arrived = 0;
+    __atomic_store_n(&theEvent, event, __ATOMIC_SEQ_CST);
+    __atomic_store_n(&arrived, 0, __ATOMIC_SEQ_CST);
     m_open = true;
     m_signals = wanted;
 
@@ -82,15 +91,15 @@ void SignalRelay::close() {
     m_open = false;
     for (const int signal : m_signals) ::sigaction(signal, &actionsBefore[signal], nullptr);
     // A handler may just run on another thread. One that comes later writes nowhere.
-    const int event = theEvent.exchange(-1);
-    while (handlersAtWork != 0) ::sched_yield();
+    const int event = __atomic_exchange_n(&theEvent, -1, __ATOMIC_SEQ_CST);
+    while (__atomic_load_n(&handlersAtWork, __ATOMIC_SEQ_CST) != 0) ::sched_yield();
     ::close(event);
-    theProcess = 0;
+    __atomic_store_n(&theProcess, 0, __ATOMIC_SEQ_CST);
 }
 
 int SignalRelay::take(int timeoutMs) {
     if (const int signal = nextArrived()) return signal;
-    pollfd waited = {theEvent, POLLIN, 0};
+    pollfd waited = {__atomic_load_n(&theEvent, __ATOMIC_SEQ_CST), POLLIN, 0};
     if (::poll(&waited, 1, timeoutMs) <= 0)
         return none;  // also when a signal came; the next poll knows of it
     std::uint64_t count;
