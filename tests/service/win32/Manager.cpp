@@ -79,9 +79,14 @@ bool ManagedService::start(const std::vector<std::string>& arguments) const {
     const Handle handle{open()};
     std::vector<const char*> argv;
     for (const std::string& argument : arguments) argv.push_back(argument.c_str());
-    const bool started = ::StartServiceA(handle.service, static_cast<DWORD>(argv.size()),
-                                         argv.empty() ? nullptr : argv.data());
-    const DWORD reason = ::GetLastError();
+    bool started = false;
+    DWORD reason = 0;
+    // A program that comes up too slowly is given up, after 10 seconds under Wine.
+    for (int i = 0; i < 5 && !started && (i == 0 || reason == ERROR_SERVICE_REQUEST_TIMEOUT); ++i) {
+        started = ::StartServiceA(handle.service, static_cast<DWORD>(argv.size()),
+                                  argv.empty() ? nullptr : argv.data());
+        reason = ::GetLastError();
+    }
     SERVICE_STATUS_PROCESS status = {};
     DWORD needed = 0;
     if (started && ::QueryServiceStatusEx(handle.service, SC_STATUS_PROCESS_INFO,
