@@ -140,7 +140,7 @@ TEST_F(LogFaultTest, forkedChildWritesThoughAnotherThreadHadARecordOpen) {
     EXPECT_EQ(0, inFork([this] { logger << "child" << endrecord; }));
     step = 2;
     other.join();
-    EXPECT_EQ("open child\nopen ended\n", text());
+    EXPECT_EQ("child\nopen ended\n", text());
 }
 
 // Its parent has threads that know the logger, and that are not in the child.
