@@ -50,6 +50,8 @@ protected:
     /// The file's only copy below done/<date>/, or an empty path.
     fs::path done(const std::string& name) const;
     fs::path failed(const std::string& name) const { return m_inbox + "/failed/" + name; }
+    /// Where the instances keep what they have claimed, each in a folder named by a number.
+    fs::path claims(const std::string& place) const { return fs::path(m_inbox) / "work" / place; }
     bool waits(const std::string& name) const { return fs::exists(m_inbox + "/" + name); }
     /// How many files are done.
     std::size_t doneCount() const;

@@ -61,7 +61,7 @@ TEST_F(DropfolderKillTest, losesNothingAndRunsNothingTwiceWhenKilledAtRandomMome
     EXPECT_TRUE(eventually([&] {
         runOnce();
         records += m_output;
-        return fs::is_empty(m_inbox + "/work/1");
+        return fs::is_empty(claims("1"));
     }));
     expectAllAccountedFor(records);
 }
@@ -73,7 +73,7 @@ TEST_F(DropfolderKillTest, saysOfAFileThatItsRunWasCutShortAndDoesNotRunItAgain)
     EXPECT_TRUE(eventually([&] { return runs("file1.txt") == 1; }));
     process->kill();
     process->wait();
-    EXPECT_TRUE(fs::exists(m_inbox + "/work/1/1/file1.txt"));
+    EXPECT_TRUE(fs::exists(claims("1/1/file1.txt")));
 
     EXPECT_TRUE(eventually([&] { return runOnce() == 1; })) << m_output;
     go();

@@ -61,13 +61,13 @@ TEST_F(DropfolderTest, neverOverwritesAnEarlierFileOfTheSameName) {
 
 TEST_F(DropfolderTest, filesAwayWhatTheCommandMadeBesideTheFile) {
     // The folder of the first file that a first run works on is known, so the notes go there.
-    configure("command=\"" + programBesideThis("note-run") + "\" \"" + m_inbox + "/work/1/1\" <FILE> 0\n");
+    configure("command=\"" + programBesideThis("note-run") + "\" \"" + claims("1/1").string() + "\" <FILE> 0\n");
     drop("a.txt");
 
     EXPECT_EQ(0, runOnce()) << m_output;
     EXPECT_FALSE(done("a.txt").empty());
     EXPECT_FALSE(done("a.txt.1").empty());
-    EXPECT_TRUE(fs::is_empty(m_inbox + "/work/1"));
+    EXPECT_TRUE(fs::is_empty(claims("1")));
 }
 
 TEST_F(DropfolderTest, endsACommandThatTakesTooLong) {
@@ -89,7 +89,7 @@ TEST_F(DropfolderTest, leavesACommandAloneThatIsInTime) {
 
 TEST_F(DropfolderTest, doesNotRunAFileAgainThatAKilledRunLeftUnfinished) {
     configure(noteCommand());
-    for (const char* place : {"1/1", "1/7", "3/1"}) fs::create_directories(m_inbox + "/work/" + place);
+    for (const char* place : {"1/1", "1/7", "3/1"}) fs::create_directories(claims(place));
     writeFile(m_inbox + "/work/3.lock", "");
     writeFile(m_inbox + "/work/1/7/half.txt", "text\n");
     writeFile(m_inbox + "/work/3/1/other.txt", "text\n");
