@@ -1,0 +1,132 @@
+// Many threads that start, stop, wait for and end many others, and that nothing is left of them.
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <array>
+#include <random>
+#include <vector>
+
+#include "OrvoEvent.h"
+#include "OrvoThread.h"
+#include "support/Plugin.h"
+#include "threads/posix/Worker.h"
+
+namespace {
+
+using namespace OrvoSupport;
+using namespace testing_threads;
+using testing_support::Resources;
+using testing_support::resourcesInUse;
+
+constexpr int hosts = 8;
+constexpr auto duration = std::chrono::seconds(2);
+
+// What ended threads leave in the C library and the sanitizers is theirs.
+extern "C" const char* __asan_default_options() { return "detect_leaks=0"; }
+
+/// Runs the body on eight threads until the time is over.
+template <class Body>
+void runOnAll(const Body& body) {
+    std::vector<std::thread> threads;
+    for (int t = 0; t < hosts; ++t) {
+        threads.emplace_back([&, t] {
+            std::minstd_rand random(static_cast<unsigned>(t + 1));
+            const auto end = Clock::now() + duration;
+            for (int i = 0; Clock::now() < end && i < (threadSanitizer ? 100 : 1000000); ++i) body(random);
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+}
+
+bool threadsAreBackAt(long count) {
+    return waitUntil([=] { return resourcesInUse().threads <= count; });
+}
+
+TEST(OrvoThreadStressTest, eachLooksAfterThreadsOfItsOwn) {
+    const long before = resourcesInUse().threads;
+    OrvoEvent event;
+    runOnAll([&](std::minstd_rand& random) {
+        const bool computes = random() % 2 == 0;
+        Worker thread([&] {
+            if (computes) return 1;
+            event.wait(static_cast<int>(random() % 3));
+            return 2;
+        });
+        thread.endInTheEnd = random() % 4 == 0;
+        thread.start();
+        for (unsigned stops = random() % 4; stops > 0; --stops) {
+            thread.stop();
+            if (random() % 2 == 0) event.set();
+            thread.start();
+        }
+        if (random() % 4 == 0) thread.setPriority(OrvoThread::PriorityBelowNormal);
+        if (random() % 4 == 0) thread.kill();
+        thread.wait(static_cast<int>(random() % 5));
+    });
+    EXPECT_TRUE(threadsAreBackAt(before));
+}
+
+std::atomic<int> alive{0};
+
+class SelfDeleting : public OrvoThread {
+public:
+    SelfDeleting() {
+        ++alive;
+        setMarkForDeath();
+    }
+    ~SelfDeleting() override { --alive; }
+    using OrvoThread::run;
+    int run() override {
+        std::this_thread::yield();
+        return 1;
+    }
+};
+
+TEST(OrvoThreadStressTest, threadsThatDeleteThemselvesLeaveNothing) {
+    const auto round = [] {
+        runOnAll([](std::minstd_rand& random) {
+            SelfDeleting* const thread = new SelfDeleting;
+            thread->start();
+            if (random() % 2 == 0) waitUntil([] { return alive < 50; });
+        });
+        return waitUntil([] { return alive == 0; });
+    };
+    ASSERT_TRUE(round());
+    ASSERT_TRUE(threadsAreBackAt(1 + (threadSanitizer ? 1 : 0)));
+    const Resources before = resourcesInUse();
+    ASSERT_TRUE(round());
+    EXPECT_TRUE(threadsAreBackAt(before.threads));
+    const Resources after = resourcesInUse();
+    EXPECT_LE(after.handles, before.handles);
+    if (!threadSanitizer && !addressSanitizer) {
+        EXPECT_LE(after.mappings, before.mappings + 40);  // the C library keeps some stacks and heaps
+        EXPECT_LE(after.heapBytes, before.heapBytes + 64 * 1024);
+    }
+}
+
+TEST(OrvoThreadStressTest, startsStopsAndEndsLeaveNoHandlesAndMappings) {
+    const auto round = [](int count) {
+        Counter counter;
+        for (int i = 0; i < count; ++i) {
+            Worker thread([&] { return counter.count(); });
+            thread.endInTheEnd = true;
+            thread.start();
+            if (i % 2 == 0) thread.stop();
+        }
+    };
+    const int count = threadSanitizer ? 50 : 500;
+    round(50);
+    const Resources before = resourcesInUse();
+    round(count);
+    EXPECT_TRUE(threadsAreBackAt(before.threads));
+    const Resources after = resourcesInUse();
+    EXPECT_LE(after.handles, before.handles);
+    // There, threads that were ended cannot be joined.
+    if (!threadSanitizer) {
+        EXPECT_LE(after.mappings, before.mappings + 20);
+    }
+}
+
+}  // namespace
