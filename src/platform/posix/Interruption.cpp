@@ -213,6 +213,7 @@ void Interruption::attend() noexcept {
     beginUnwatched(this);
     m_insisting = false;
     m_refusals = 0;
+    m_last = Standpoint();
     m_called = false;
     for (std::uint32_t word = m_word; !(word & closed); word = m_word) {
         if (word & ending) endThisThreadOutright();

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <limits>
 
 #include "platform/posix/Sanitizers.h"
 
@@ -55,27 +56,46 @@ bool isSystemCall(std::uintptr_t code) {
     return bytes[0] == 0x0F && bytes[1] == 0x05;
 }
 
-// Among the calls that the kernel begins anew after a signal, those in which threads wait for others.
-bool mayWait(long call) {
-    constexpr long waits[] = {SYS_read,    SYS_readv,   SYS_recvfrom, SYS_recvmsg, SYS_accept,
-                              SYS_accept4, SYS_connect, SYS_wait4,    SYS_waitid,  SYS_flock,
-                              SYS_fcntl,   SYS_sendto,  SYS_sendmsg,  SYS_msgrcv,  SYS_getrandom};
-    return std::find(std::begin(waits), std::end(waits), call) != std::end(waits);
+// How many looks have to find a thread in a call before it counts as sleeping there. Nearly all calls that a
+// signal interrupts begin anew, and one that is about to do so looks like one that has not begun yet.
+constexpr unsigned never = std::numeric_limits<unsigned>::max();
+constexpr unsigned second = 2;
+// Threads wait for the locks of the C library itself in the same way as for mutexes, but not for long.
+constexpr unsigned manyLooks = 100;
+
+unsigned looksUntilAsleep(long call, long futexOperation) {
+    switch (call) {
+        case SYS_futex:
+            switch (futexOperation & FUTEX_CMD_MASK) {
+                case FUTEX_WAIT: return manyLooks;
+                case FUTEX_WAIT_BITSET:
+                case FUTEX_LOCK_PI: return second;
+                default: return never;
+            }
+        case SYS_read:
+        case SYS_readv:
+        case SYS_recvfrom:
+        case SYS_recvmsg:
+        case SYS_accept:
+        case SYS_accept4:
+        case SYS_connect:
+        case SYS_sendto:
+        case SYS_sendmsg:
+        case SYS_wait4:
+        case SYS_waitid:
+        case SYS_flock:
+        case SYS_fcntl:
+        case SYS_msgrcv: return second;
+        default: return never;
+    }
 }
 
-bool waitsForFutex(long operation) {
-    const long command = operation & FUTEX_CMD_MASK;
-    return command == FUTEX_WAIT || command == FUTEX_WAIT_BITSET || command == FUTEX_LOCK_PI;
-}
-
-bool sleepsInSystemCall(const greg_t* registers, bool stoodThereBefore) {
+bool sleepsInSystemCall(const greg_t* registers, unsigned looks) {
     const auto code = static_cast<std::uintptr_t>(registers[REG_RIP]);
     const long result = registers[REG_RAX];
     if (result == -EINTR && isSystemCall(code - 2)) return true;
-    // A call that is about to begin anew looks like one that has not begun yet, which is no sleep, and
-    // waiting for a lock of the C library takes but a moment; a second look tells.
-    if (!stoodThereBefore || !isSystemCall(code)) return false;
-    return result == SYS_futex ? waitsForFutex(registers[REG_RSI]) : mayWait(result);
+    if (!isSystemCall(code)) return false;
+    return looks >= looksUntilAsleep(result, registers[REG_RSI]);
 }
 
 #endif
@@ -91,11 +111,11 @@ void findCriticalCode() noexcept {
 bool standsAtSafePoint(const void* context, Standpoint& last) noexcept {
 #if defined(__x86_64__)
     const greg_t* const registers = static_cast<const ucontext_t*>(context)->uc_mcontext.gregs;
-    const Standpoint now = {static_cast<std::uintptr_t>(registers[REG_RIP]),
-                            static_cast<std::uintptr_t>(registers[REG_RSP])};
-    const bool stoodThereBefore = now.code == last.code && now.stack == last.stack;
+    Standpoint now = {static_cast<std::uintptr_t>(registers[REG_RIP]),
+                      static_cast<std::uintptr_t>(registers[REG_RSP]), 1};
+    if (now.code == last.code && now.stack == last.stack) now.looks += last.looks;
     last = now;
-    return !isCritical(now.code) || sleepsInSystemCall(registers, stoodThereBefore);
+    return !isCritical(now.code) || sleepsInSystemCall(registers, now.looks);
 #else
     // The registers have other names on other processors. A thread is taken where it stands.
     static_cast<void>(context);

@@ -10,6 +10,7 @@ namespace OrvoSupport::platform {
 struct Standpoint {
     std::uintptr_t code = 0;
     std::uintptr_t stack = 0;
+    unsigned looks = 0;  // that found it there, one after the other
 };
 
 /// Looks where the C library and its kin lie in memory. To be called once, before the first question.

@@ -42,6 +42,7 @@ struct Occupation {
 OrvoEvent theEvent;
 std::array<OrvoEvent, 3> theEvents;
 OrvoCriticalSectionObject theLock;
+std::mutex theMutex;
 OrvoThread* theOther = nullptr;
 std::array<int, 2> thePipe;
 
@@ -72,6 +73,10 @@ int waitForAll() { return OrvoEvent::wait(3, theEvents.data(), true, generousMs)
 int waitForThread() { return theOther->wait(-1); }
 int waitForLock() {
     theLock.lock();
+    return 0;
+}
+int waitForMutex() {
+    const std::lock_guard<std::mutex> guard(theMutex);
     return 0;
 }
 int sleepForEver() {
@@ -109,6 +114,7 @@ const Occupation occupations[] = {
     {"waitingForAll", waitForAll, true},
     {"waitingForAThread", waitForThread, true},
     {"waitingForALock", waitForLock, true},
+    {"waitingForAMutex", waitForMutex, true},
     {"sleeping", sleepForEver, true},
     {"readingAPipe", readPipe, true},
     {"pollingAPipe", pollPipe, true},
@@ -133,6 +139,7 @@ protected:
 TEST_P(OrvoThreadKillTest, endsAThreadThatIs) {
     const bool lockIsTaken = GetParam().work == waitForLock;
     if (lockIsTaken) theLock.lock();
+    std::unique_lock<std::mutex> mutex(theMutex);
     Worker thread(GetParam().work);
     for (int i = 0; i < rounds; ++i) {
         thread.startAnew();
@@ -149,6 +156,7 @@ TEST_P(OrvoThreadKillTest, endsAThreadThatIs) {
         EXPECT_EQ(128, thread.wait(-1));
     }
     if (lockIsTaken) theLock.unlock();
+    mutex.unlock();
 
     // Everything works for those who are left.
     theLock.lock();
