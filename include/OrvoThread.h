@@ -40,6 +40,11 @@ public:
 /// told: handlers must not wait for the thread, nor destroy it. The work itself may destroy it, if nobody
 /// else will; then nobody is told.
 ///
+/// On Linux stop() and kill() send their thread the signal SIGRTMAX-3. It is the library's, and unblocked on
+/// its threads; work that blocks it is stopped or ended only once it lets it in again. Calls that no signal
+/// handler leaves alone, such as poll(), fail with EINTR when their thread goes on. Priorities are nice
+/// values there, and normal is what the thread had when it began.
+///
 /// Thread safety: start, stop, kill, wait, setPriority and the queries may be called from any thread; name,
 /// work item and marks are set before start(). No call may overlap the destructor.
 class OSUPT_API OrvoThread : public OrvoCollaborator, public OrvoObjectBase {
@@ -160,7 +165,7 @@ private:
     void cleanup();
 
     std::atomic<platform::Thread*> m_thread;
-    platform::Thread* m_retired = nullptr;  // killed while other threads used them
+    platform::Thread* m_retired = nullptr;  // no longer this object's, but in use by other threads
     OrvoSmartPointer<OrvoWorkInformation> m_workInfo;
     string m_name;
     std::atomic<std::int32_t> m_exitCode;

@@ -52,6 +52,37 @@ public:
         --m_thread->users;
     }
 
+    /// The object has this thread no more. It may have another one by now, or none, if it was killed several
+    /// times at once.
+    void retire(OrvoThread& object) const {
+        const std::lock_guard<platform::InternalLock> guard(usersLock);
+        if (!m_thread || object.m_thread != m_thread) return;
+        object.m_running = false;
+        object.m_beginning = false;
+        object.m_worker = 0;
+        m_thread->nextRetired = std::exchange(object.m_retired, m_thread);
+        object.m_thread = nullptr;
+    }
+
+    /// Closes what the object has no more and nobody uses. A thread that is killed while it uses another one
+    /// never says so; hence the destructor closes them all.
+    static void closeRetired(OrvoThread& object) {
+        platform::Thread* unused = nullptr;
+        {
+            const std::lock_guard<platform::InternalLock> guard(usersLock);
+            for (platform::Thread** link = &object.m_retired; *link;) {
+                platform::Thread* const thread = *link;
+                if (thread->users > 0) {
+                    link = &thread->nextRetired;
+                } else {
+                    *link = thread->nextRetired;
+                    thread->nextRetired = std::exchange(unused, thread);
+                }
+            }
+        }
+        while (unused) platform::closeThread(std::exchange(unused, unused->nextRetired));
+    }
+
     platform::Thread& operator*() const { return *m_thread; }
     platform::Thread* operator->() const { return m_thread; }
     explicit operator bool() const { return m_thread != nullptr; }
@@ -195,8 +226,9 @@ void OrvoThread::kill() {
         const Use thread(*this);
         if (!thread) return;
         platform::killThread(*thread);
+        thread.retire(*this);
     }
-    cleanup();
+    Use::closeRetired(*this);
 }
 
 void OrvoThread::waitForThreadExit() { OrvoCriticalSection guard(m_lock); }
@@ -278,21 +310,9 @@ int OrvoThread::_run() {
     return exitCode;
 }
 
-// A thread that is killed while it uses another one never says so; hence the destructor closes them all.
 void OrvoThread::cleanup() {
-    platform::Thread* thread;
-    {
-        const std::lock_guard<platform::InternalLock> guard(usersLock);
-        thread = m_thread.exchange(nullptr);
-        if (thread && thread->users > 0) {
-            thread->nextRetired = m_retired;
-            m_retired = std::exchange(thread, nullptr);
-        }
-    }
-    m_running = false;
-    m_beginning = false;
-    m_worker = 0;
-    platform::closeThread(thread);
+    Use(*this).retire(*this);
+    Use::closeRetired(*this);
 }
 
 }  // namespace OrvoSupport

@@ -50,6 +50,16 @@ void sleepWhile(std::atomic<std::uint32_t>& word, std::uint32_t value, std::int6
     ::syscall(SYS_futex, &word, FUTEX_WAIT_PRIVATE, value, nanoseconds == forEver ? nullptr : &limit);
 }
 
+// In memory that a signal handler uses.
+template <class Value>
+OSUPT_UNWATCHED inline Value get(const Value& place) {
+    return __atomic_load_n(&place, __ATOMIC_SEQ_CST);
+}
+template <class Value>
+OSUPT_UNWATCHED inline void set(Value& place, Value value) {
+    __atomic_store_n(&place, value, __ATOMIC_SEQ_CST);
+}
+
 void wakeAll(std::atomic<std::uint32_t>& word) { ::syscall(SYS_futex, &word, FUTEX_WAKE_PRIVATE, INT_MAX); }
 
 /// A suspended thread answers to nobody; but it may not keep the process from changing its user.
@@ -155,8 +165,8 @@ void Interruption::callUntil(const Done& done) noexcept {
             m_word.fetch_or(watched);
             continue;
         }
-        if (m_refusals >= mostRefusals && monotonicTime() - begin >= patience) m_insisting = true;
-        pause = m_called ? std::min(2 * pause, longestPause) : shortestPause;
+        if (get(m_refusals) >= mostRefusals && monotonicTime() - begin >= patience) set(m_insisting, true);
+        pause = get(m_called) ? std::min(2 * pause, longestPause) : shortestPause;
         if (word & opened) call();
         sleepWhile(m_word, word, pause);
     }
@@ -165,9 +175,10 @@ void Interruption::callUntil(const Done& done) noexcept {
 
 void Interruption::call() noexcept {
     const std::lock_guard<InternalLock> guard(m_callLock);
-    if (isClosed() || m_called.exchange(true)) return;
+    if (isClosed() || get(m_called)) return;
+    set(m_called, true);
     // Where too many signals are on their way already, another attempt follows.
-    if (::tgkill(::getpid(), m_threadId, signalNumber()) != 0) m_called = false;
+    if (::tgkill(::getpid(), m_threadId, signalNumber()) != 0) set(m_called, false);
 }
 
 void Interruption::waitUntilOpen() noexcept {
@@ -179,18 +190,18 @@ void Interruption::waitUntilOpen() noexcept {
     }
 }
 
-void Interruption::onSignal(int, siginfo_t*, void* context) {
+OSUPT_UNWATCHED void Interruption::onSignal(int, siginfo_t*, void* context) {
     Interruption* const self = interruptionOfThisThread;
-    if (!self || !self->m_called) return;  // not from here
+    if (!self || !get(self->m_called)) return;  // not from here
     const int error = errno;
     if (interruptibility.stretches > 0) {
         interruptibility.pending = attendPending;
-    } else if (standsAtSafePoint(context, self->m_last) || self->m_insisting) {
+    } else if (standsAtSafePoint(context, self->m_last) || get(self->m_insisting)) {
         blockSignals();  // until the handler returns
         self->attend();
     } else {
-        ++self->m_refusals;
-        self->m_called = false;
+        set(self->m_refusals, get(self->m_refusals) + 1);
+        set(self->m_called, false);
     }
     errno = error;
 }
@@ -211,10 +222,10 @@ void Interruption::attendNow() noexcept {
 /// On the thread itself, with all signals blocked: does what others want of it.
 void Interruption::attend() noexcept {
     beginUnwatched(this);
-    m_insisting = false;
-    m_refusals = 0;
+    set(m_insisting, false);
+    set(m_refusals, 0u);
+    set(m_called, false);
     m_last = Standpoint();
-    m_called = false;
     for (std::uint32_t word = m_word; !(word & closed); word = m_word) {
         if (word & ending) endThisThreadOutright();
         const bool stands = word & standing;

@@ -76,10 +76,12 @@ private:
     void change(std::uint32_t from, std::uint32_t to) noexcept;
 
     std::atomic<std::uint32_t> m_word{0};
-    std::atomic<bool> m_called{false};         // a signal is on its way
-    std::atomic<bool> m_insisting{false};      // it is to attend wherever it stands
-    std::atomic<std::uint32_t> m_refusals{0};  // calls that met it where it could not attend
-    InternalLock m_callLock;                   // the thread does not close while somebody calls it
+    // The signal handler is not to be watched by a sanitizer, and the functions of std::atomic would be:
+    // these three are used with the compiler's own atomic operations.
+    bool m_called = false;         // a signal is on its way
+    bool m_insisting = false;      // it is to attend wherever it stands
+    std::uint32_t m_refusals = 0;  // calls that met it where it could not attend
+    InternalLock m_callLock;       // the thread does not close while somebody calls it
     pid_t m_threadId = 0;
     Standpoint m_last;
 };

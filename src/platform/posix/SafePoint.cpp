@@ -22,11 +22,13 @@ struct Range {
     std::uintptr_t end;
 };
 
-// The memory allocator and the standard streams lock in there, and the run-time parts of the sanitizers.
-constexpr std::array<const char*, 6> criticalNames = {"libc.so",  "libc-",   "libpthread",
-                                                      "ld-linux", "libtsan", "libasan"};
+// The memory allocator and the standard streams lock in there, and the run-time parts of the sanitizers,
+// which also ask for the time while they do.
+constexpr std::array<const char*, 7> criticalNames = {"libc.so", "libc-",   "libpthread", "ld-linux",
+                                                      "libtsan", "libasan", "linux-vdso"};
 
-std::array<Range, 32> critical;
+constexpr std::size_t mostRanges = 32;
+Range critical[mostRanges];
 std::size_t criticalCount = 0;
 
 int addCriticalCode(dl_phdr_info* module, std::size_t, void*) {
@@ -34,7 +36,7 @@ int addCriticalCode(dl_phdr_info* module, std::size_t, void*) {
     const char* const name = slash ? slash + 1 : module->dlpi_name;
     const auto matches = [&](const char* begin) { return ::strncmp(name, begin, ::strlen(begin)) == 0; };
     if (std::none_of(criticalNames.begin(), criticalNames.end(), matches)) return 0;
-    for (int i = 0; i < module->dlpi_phnum && criticalCount < critical.size(); ++i) {
+    for (int i = 0; i < module->dlpi_phnum && criticalCount < mostRanges; ++i) {
         const auto& segment = module->dlpi_phdr[i];
         if (segment.p_type != PT_LOAD || !(segment.p_flags & PF_X)) continue;
         const std::uintptr_t begin = module->dlpi_addr + segment.p_vaddr;
@@ -43,7 +45,7 @@ int addCriticalCode(dl_phdr_info* module, std::size_t, void*) {
     return 0;
 }
 
-bool isCritical(std::uintptr_t code) {
+OSUPT_UNWATCHED bool isCritical(std::uintptr_t code) {
     for (std::size_t i = 0; i < criticalCount; ++i)
         if (code >= critical[i].begin && code < critical[i].end) return true;
     return false;
@@ -51,7 +53,7 @@ bool isCritical(std::uintptr_t code) {
 
 #if defined(__x86_64__)
 
-bool isSystemCall(std::uintptr_t code) {
+OSUPT_UNWATCHED bool isSystemCall(std::uintptr_t code) {
     const auto* const bytes = reinterpret_cast<const unsigned char*>(code);
     return bytes[0] == 0x0F && bytes[1] == 0x05;
 }
@@ -63,7 +65,7 @@ constexpr unsigned second = 2;
 // Threads wait for the locks of the C library itself in the same way as for mutexes, but not for long.
 constexpr unsigned manyLooks = 100;
 
-unsigned looksUntilAsleep(long call, long futexOperation) {
+OSUPT_UNWATCHED unsigned looksUntilAsleep(long call, long futexOperation) {
     switch (call) {
         case SYS_futex:
             switch (futexOperation & FUTEX_CMD_MASK) {
@@ -90,7 +92,7 @@ unsigned looksUntilAsleep(long call, long futexOperation) {
     }
 }
 
-bool sleepsInSystemCall(const greg_t* registers, unsigned looks) {
+OSUPT_UNWATCHED bool sleepsInSystemCall(const greg_t* registers, unsigned looks) {
     const auto code = static_cast<std::uintptr_t>(registers[REG_RIP]);
     const long result = registers[REG_RAX];
     if (result == -EINTR && isSystemCall(code - 2)) return true;
@@ -108,7 +110,7 @@ void findCriticalCode() noexcept {
     ::dl_iterate_phdr(addCriticalCode, nullptr);
 }
 
-bool standsAtSafePoint(const void* context, Standpoint& last) noexcept {
+OSUPT_UNWATCHED bool standsAtSafePoint(const void* context, Standpoint& last) noexcept {
 #if defined(__x86_64__)
     const greg_t* const registers = static_cast<const ucontext_t*>(context)->uc_mcontext.gregs;
     Standpoint now = {static_cast<std::uintptr_t>(registers[REG_RIP]),

@@ -6,6 +6,9 @@
 
 #include <cstdint>
 
+// For functions that run in the middle of anything, the run-time part of a sanitizer included.
+#define OSUPT_UNWATCHED __attribute__((no_sanitize("thread")))
+
 #if defined(__has_feature)
 #if __has_feature(thread_sanitizer)
 #define OSUPT_THREAD_SANITIZER 1

@@ -70,6 +70,31 @@ TEST(OrvoThreadStressTest, eachLooksAfterThreadsOfItsOwn) {
     EXPECT_TRUE(threadsAreBackAt(before));
 }
 
+TEST(OrvoThreadStressTest, allUseTheSameThreads) {
+    const long before = threadsAtRest();
+    {
+        std::array<Counter, 3> counters;
+        std::vector<std::unique_ptr<Worker>> threads;
+        for (Counter& counter : counters) {
+            threads.push_back(std::make_unique<Worker>([&] { return counter.count(); }));
+            threads.back()->endInTheEnd = true;
+        }
+        runOnAll([&](std::minstd_rand& random) {
+            Worker& thread = *threads[random() % threads.size()];
+            switch (random() % 8) {
+                case 0: thread.kill(); break;
+                case 1: thread.wait(static_cast<int>(random() % 2)); break;
+                case 2: thread.setPriority(OrvoThread::PriorityNormal); break;
+                case 3:
+                case 4: thread.stop(); break;
+                default: thread.start(); break;
+            }
+        });
+        for (auto& thread : threads) thread->kill();
+    }
+    EXPECT_TRUE(threadsAreBackAt(before));
+}
+
 std::atomic<int> alive{0};
 
 class SelfDeleting : public OrvoThread {
