@@ -47,6 +47,7 @@ public:
         if (!isClosed()) action(m_threadId);
     }
 
+    pid_t threadId() const { return m_threadId; }
     bool isClosed() const { return m_word.load(std::memory_order_acquire) & closed; }
 
     /// In a child that has just been forked: by the one thread there is, or about one that is not there. What

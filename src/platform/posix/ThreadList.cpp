@@ -1,6 +1,9 @@
 #include "platform/posix/ThreadList.h"
 
 #include <errno.h>
+#include <sched.h>
+#include <signal.h>
+#include <unistd.h>
 
 #include <utility>
 
@@ -54,7 +57,12 @@ __attribute__((constructor(innermostLocks))) void handleForks() {
     ::pthread_atfork([] { listLock.lock(); }, [] { listLock.unlock(); }, unlockInChild);
 }
 
-bool canBeJoined(const PosixThread& thread) { return joinsThreadsEndedOutright || !thread.endedOutright; }
+/// False while it has not ended.
+bool tryToJoin(const PosixThread& thread) {
+    if (joinsThreadsEndedOutright || !thread.endedOutright)
+        return ::pthread_tryjoin_np(thread.id, nullptr) != EBUSY;
+    return ::tgkill(::getpid(), thread.interruption.threadId(), 0) != 0;
+}
 
 }  // namespace
 
@@ -92,14 +100,12 @@ void joinEndedThreads(unsigned mostNotEnded) noexcept {
         const ListGuard guard(listLock);
         for (PosixThread* thread = leaving.first; thread && mostNotEnded > 0;) {
             PosixThread* const next = thread->next;
-            if (!canBeJoined(*thread)) {
-                move(*thread, nullptr);
-            } else if (::pthread_tryjoin_np(thread->id, nullptr) == EBUSY) {
-                --mostNotEnded;
-            } else {
+            if (tryToJoin(*thread)) {
                 move(*thread, nullptr);
                 thread->next = joined;
                 joined = thread;
+            } else {
+                --mostNotEnded;
             }
             thread = next;
         }
@@ -111,10 +117,13 @@ void joinThread(PosixThread& thread) noexcept {
     const Uninterrupted untilItIsJoined;
     {
         const ListGuard guard(listLock);
-        if (thread.chain != &leaving || !thread.endedOutright || !canBeJoined(thread)) return;
+        if (thread.chain != &leaving || !thread.endedOutright) return;
         move(thread, nullptr);
     }
-    ::pthread_join(thread.id, nullptr);
+    if (joinsThreadsEndedOutright)
+        ::pthread_join(thread.id, nullptr);
+    else
+        while (!tryToJoin(thread)) ::sched_yield();
     dropThread(thread);
 }
 
