@@ -52,11 +52,11 @@ void sleepWhile(std::atomic<std::uint32_t>& word, std::uint32_t value, std::int6
 
 // In memory that a signal handler uses.
 template <class Value>
-OSUPT_UNWATCHED inline Value get(const Value& place) {
+OSUPT_NOT_INSTRUMENTED inline Value get(const Value& place) {
     return __atomic_load_n(&place, __ATOMIC_SEQ_CST);
 }
 template <class Value>
-OSUPT_UNWATCHED inline void set(Value& place, Value value) {
+OSUPT_NOT_INSTRUMENTED inline void set(Value& place, Value value) {
     __atomic_store_n(&place, value, __ATOMIC_SEQ_CST);
 }
 
@@ -190,7 +190,7 @@ void Interruption::waitUntilOpen() noexcept {
     }
 }
 
-OSUPT_UNWATCHED void Interruption::onSignal(int, siginfo_t*, void* context) {
+OSUPT_NOT_INSTRUMENTED void Interruption::onSignal(int, siginfo_t*, void* context) {
     Interruption* const self = interruptionOfThisThread;
     if (!self || !get(self->m_called)) return;  // not from here
     const int error = errno;

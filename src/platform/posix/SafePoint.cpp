@@ -45,7 +45,7 @@ int addCriticalCode(dl_phdr_info* module, std::size_t, void*) {
     return 0;
 }
 
-OSUPT_UNWATCHED bool isCritical(std::uintptr_t code) {
+OSUPT_NOT_INSTRUMENTED bool isCritical(std::uintptr_t code) {
     for (std::size_t i = 0; i < criticalCount; ++i)
         if (code >= critical[i].begin && code < critical[i].end) return true;
     return false;
@@ -53,7 +53,7 @@ OSUPT_UNWATCHED bool isCritical(std::uintptr_t code) {
 
 #if defined(__x86_64__)
 
-OSUPT_UNWATCHED bool isSystemCall(std::uintptr_t code) {
+OSUPT_NOT_INSTRUMENTED bool isSystemCall(std::uintptr_t code) {
     const auto* const bytes = reinterpret_cast<const unsigned char*>(code);
     return bytes[0] == 0x0F && bytes[1] == 0x05;
 }
@@ -65,7 +65,7 @@ constexpr unsigned second = 2;
 // Threads wait for the locks of the C library itself in the same way as for mutexes, but not for long.
 constexpr unsigned manyLooks = 100;
 
-OSUPT_UNWATCHED unsigned looksUntilAsleep(long call, long futexOperation) {
+OSUPT_NOT_INSTRUMENTED unsigned looksUntilAsleep(long call, long futexOperation) {
     switch (call) {
         case SYS_futex:
             switch (futexOperation & FUTEX_CMD_MASK) {
@@ -92,7 +92,7 @@ OSUPT_UNWATCHED unsigned looksUntilAsleep(long call, long futexOperation) {
     }
 }
 
-OSUPT_UNWATCHED bool sleepsInSystemCall(const greg_t* registers, unsigned looks) {
+OSUPT_NOT_INSTRUMENTED bool sleepsInSystemCall(const greg_t* registers, unsigned looks) {
     const auto code = static_cast<std::uintptr_t>(registers[REG_RIP]);
     const long result = registers[REG_RAX];
     if (result == -EINTR && isSystemCall(code - 2)) return true;
@@ -110,7 +110,7 @@ void findCriticalCode() noexcept {
     ::dl_iterate_phdr(addCriticalCode, nullptr);
 }
 
-OSUPT_UNWATCHED bool standsAtSafePoint(const void* context, Standpoint& last) noexcept {
+OSUPT_NOT_INSTRUMENTED bool standsAtSafePoint(const void* context, Standpoint& last) noexcept {
 #if defined(__x86_64__)
     const greg_t* const registers = static_cast<const ucontext_t*>(context)->uc_mcontext.gregs;
     Standpoint now = {static_cast<std::uintptr_t>(registers[REG_RIP]),

@@ -6,9 +6,6 @@
 
 #include <cstdint>
 
-// For functions that run in the middle of anything, the run-time part of a sanitizer included.
-#define OSUPT_UNWATCHED __attribute__((no_sanitize("thread")))
-
 #if defined(__has_feature)
 #if __has_feature(thread_sanitizer)
 #define OSUPT_THREAD_SANITIZER 1
@@ -17,7 +14,7 @@
 #define OSUPT_THREAD_SANITIZER 1
 #endif
 
-// For code that runs where the sanitizers' state is another's, or is not there.
+// For code that runs where the sanitizers' state is another's, is not there, or is being changed.
 #if defined(__clang__)
 #define OSUPT_NOT_INSTRUMENTED __attribute__((disable_sanitizer_instrumentation, no_sanitize("undefined")))
 #else
