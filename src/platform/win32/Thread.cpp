@@ -121,6 +121,7 @@ bool startThread(ThreadBody body, void* argument, std::atomic<Thread*>& place) n
     const HANDLE handle = thread->handle;
     place = thread;
     ::ResumeThread(handle);
+    awaitBeginning(*thread);
     return true;
 }
 

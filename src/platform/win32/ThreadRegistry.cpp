@@ -1,5 +1,7 @@
 #include "platform/win32/ThreadRegistry.h"
 
+#include <cstdint>
+#include <cstring>
 #include <mutex>
 
 #include "platform/InternalLock.h"
@@ -7,6 +9,7 @@
 #include "platform/win32/Uninterrupted.h"
 
 extern "C" __declspec(dllimport) BOOLEAN NTAPI RtlDllShutdownInProgress();
+extern "C" __declspec(dllimport) void* NTAPI RtlGetCurrentPeb();
 
 namespace OrvoSupport::platform {
 
@@ -16,6 +19,12 @@ using Phase = Win32Thread::Phase;
 
 // How long the unloading waits for threads that have work of the host left to do, or are suspended.
 constexpr ULONGLONG wayHomeMs = 5000;
+
+// How long the start of a thread waits until it has begun. Another thread may be loading a module.
+constexpr ULONGLONG beginningMs = 1000;
+
+// Where the system keeps the address of the loader's lock.
+constexpr std::size_t loaderLockInPeb = sizeof(void*) == 8 ? 0x110 : 0xA0;
 
 InternalLock registryLock;
 Win32Thread* heldThreads = nullptr;    // somebody has a hold on them
@@ -115,7 +124,7 @@ void forget(const IsOver& isOver) {
     const std::lock_guard<InternalLock> guard(registryLock);
     for (Win32Thread *thread = closedThreads, *next; thread; thread = next) {
         next = thread->next;
-        if (!isOver(*thread)) continue;
+        if (thread->starting || !isOver(*thread)) continue;
         remove(*thread);
         delete thread;
     }
@@ -123,6 +132,13 @@ void forget(const IsOver& isOver) {
 
 void forgetEnded() {
     forget([](const Win32Thread& thread) { return Look(thread).hasEnded(); });
+}
+
+bool hasLoaderLock() {
+    const CRITICAL_SECTION* lock = nullptr;
+    std::memcpy(&lock, static_cast<const char*>(::RtlGetCurrentPeb()) + loaderLockInPeb, sizeof lock);
+    const auto self = reinterpret_cast<HANDLE>(static_cast<std::uintptr_t>(::GetCurrentThreadId()));
+    return lock && lock->OwningThread == self;
 }
 
 bool haveSlot() {
@@ -140,6 +156,14 @@ bool enterRegistry(Win32Thread& thread) noexcept {
     if (!thread.handle) return false;
     insert(heldThreads, thread);
     return true;
+}
+
+void awaitBeginning(Win32Thread& thread) noexcept {
+    if (!hasLoaderLock()) {
+        const ULONGLONG limit = ::GetTickCount64() + beginningMs;
+        while (thread.phase == Phase::coming && ::GetTickCount64() < limit) ::Sleep(0);
+    }
+    thread.starting = false;
 }
 
 void leaveRegistry(Win32Thread& thread) noexcept {
