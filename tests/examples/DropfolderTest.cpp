@@ -61,7 +61,8 @@ TEST_F(DropfolderTest, neverOverwritesAnEarlierFileOfTheSameName) {
 
 TEST_F(DropfolderTest, filesAwayWhatTheCommandMadeBesideTheFile) {
     // The folder of the first file that a first run works on is known, so the notes go there.
-    configure("command=\"" + programBesideThis("note-run") + "\" \"" + claims("1/1").string() + "\" <FILE> 0\n");
+    configure("command=\"" + programBesideThis("note-run") + "\" \"" + claims("1/1").string() +
+              "\" <FILE> 0\n");
     drop("a.txt");
 
     EXPECT_EQ(0, runOnce()) << m_output;
@@ -90,10 +91,10 @@ TEST_F(DropfolderTest, leavesACommandAloneThatIsInTime) {
 TEST_F(DropfolderTest, doesNotRunAFileAgainThatAKilledRunLeftUnfinished) {
     configure(noteCommand());
     for (const char* place : {"1/1", "1/7", "3/1"}) fs::create_directories(claims(place));
-    writeFile(m_inbox + "/work/3.lock", "");
-    writeFile(m_inbox + "/work/1/7/half.txt", "text\n");
-    writeFile(m_inbox + "/work/3/1/other.txt", "text\n");
-    writeFile(m_inbox + "/work/3/1/other.txt.gz", "packed\n");
+    writeFile(claims("3.lock").string(), "");
+    writeFile(claims("1/7/half.txt").string(), "text\n");
+    writeFile(claims("3/1/other.txt").string(), "text\n");
+    writeFile(claims("3/1/other.txt.gz").string(), "packed\n");
 
     EXPECT_EQ(1, runOnce());
     for (const char* name : {"half.txt", "other.txt", "other.txt.gz"}) {
@@ -102,7 +103,7 @@ TEST_F(DropfolderTest, doesNotRunAFileAgainThatAKilledRunLeftUnfinished) {
     }
     EXPECT_TRUE(logHas("0 done, 2 failed, 0 left"));
     EXPECT_EQ(0u, allRuns());
-    EXPECT_TRUE(fs::is_empty(m_inbox + "/work/3"));
+    EXPECT_TRUE(fs::is_empty(claims("3")));
 }
 
 TEST_F(DropfolderTest, writesTheSameRecordsToTheLogAndToStandardOutput) {
