@@ -8,39 +8,18 @@
 
 #include "OrvoEvent.h"
 #include "platform/Event.h"
+#include "support/FailingMemory.h"
 
 namespace {
 
-// How many more allocations succeed; negative means all.
-int allocationsLeft = -1;
+using testing_support::allocationsLeft;
+
 bool platformFails = false;
 int eventsOpen = 0;
 int eventsSet = 0;
 int lastAnswer = 0;  // of the platform's waits
 
-void* allocate(std::size_t size) noexcept {
-    if (allocationsLeft == 0) return nullptr;
-    if (allocationsLeft > 0) --allocationsLeft;
-    return std::malloc(size ? size : 1);
-}
-
-void* allocateOrThrow(std::size_t size) {
-    if (void* const block = allocate(size)) return block;
-    throw std::bad_alloc();
-}
-
 }  // namespace
-
-void* operator new(std::size_t size) { return allocateOrThrow(size); }
-void* operator new[](std::size_t size) { return allocateOrThrow(size); }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete[](void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
-void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
-void operator delete(void* block, const std::nothrow_t&) noexcept { std::free(block); }
-void operator delete[](void* block, const std::nothrow_t&) noexcept { std::free(block); }
 
 namespace OrvoSupport::platform {
 

@@ -1,43 +1,12 @@
 // Trees that meet the end of memory.
 #include <gmock/gmock.h>
 
-#include <cstdlib>
-#include <new>
-
+#include "support/FailingMemory.h"
 #include "types/TreeNodes.h"
-
-namespace {
-
-// How many more allocations succeed; negative means all.
-int allocationsLeft = -1;
-
-void* allocate(std::size_t size) noexcept {
-    if (allocationsLeft == 0) return nullptr;
-    if (allocationsLeft > 0) --allocationsLeft;
-    return std::malloc(size ? size : 1);
-}
-
-void* allocateOrThrow(std::size_t size) {
-    if (void* const block = allocate(size)) return block;
-    throw std::bad_alloc();
-}
-
-}  // namespace
-
-// They serve the library as well as this program; a sanitizer wants them all or none.
-void* operator new(std::size_t size) { return allocateOrThrow(size); }
-void* operator new[](std::size_t size) { return allocateOrThrow(size); }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete[](void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
-void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
-void operator delete(void* block, const std::nothrow_t&) noexcept { std::free(block); }
-void operator delete[](void* block, const std::nothrow_t&) noexcept { std::free(block); }
 
 using namespace OrvoSupport;
 using testing::ElementsAre;
+using testing_support::allocationsLeft;
 using testing_support::keysOf;
 using testing_support::make;
 using testing_support::Node;
