@@ -157,16 +157,20 @@ TEST(OrvoTimerTest, aTimerThatAKilledThreadWasFiringCanBeDestroyed) {
     stuck.kill();
 }
 
-OSUPT_CHILD(throwFromHandler) {
+/// Fires a timer on the calling thread ("here") or on the library's, and gives that time to end the process.
+int fire(const std::string& where, Acting&& handler) {
     OrvoTimer timer;
-    Acting thrower([] { throw std::runtime_error("not ours"); });
-    timer.addDependent(thrower);
-    if (arguments.front() == "here")
+    timer.addDependent(handler);
+    if (where == "here")
         timer.start(-1, 1, true);
     else
         timer.start(1, true);
     nap(limit);
     return 0;
+}
+
+OSUPT_CHILD(throwFromHandler) {
+    return fire(arguments.front(), Acting([] { throw std::runtime_error("not ours"); }));
 }
 
 TEST(OrvoTimerTest, anyOtherExceptionEndsTheProcess) {
@@ -179,15 +183,7 @@ TEST(OrvoTimerTest, anyOtherExceptionEndsTheProcess) {
 }
 
 OSUPT_CHILD(exitFromHandler) {
-    OrvoTimer timer;
-    Acting leaver([] { std::exit(7); });
-    timer.addDependent(leaver);
-    if (arguments.front() == "here")
-        timer.start(-1, 1, true);
-    else
-        timer.start(1, true);
-    nap(limit);
-    return 0;
+    return fire(arguments.front(), Acting([] { std::exit(7); }));
 }
 
 TEST(OrvoTimerTest, aHandlerMayEndTheProcess) {
