@@ -4,21 +4,16 @@
 #include "Program.h"
 
 namespace dropfolder {
-namespace {
-
-/// `path` as one argument of a command line, whatever it holds.
-std::string quoted(const std::string& path) {
+std::string quoted(const std::string& word) {
     std::string text = "\"";
     std::size_t backslashes = 0;
-    for (const char c : path) {
+    for (const char c : word) {
         if (c == '"') text.append(backslashes + 1, '\\');
         backslashes = c == '\\' ? backslashes + 1 : 0;
         text += c;
     }
     return text.append(backslashes, '\\') + '"';
 }
-
-}  // namespace
 
 std::string commandLine(const std::string& command, const std::string& path) {
     static const std::string placeholder = "<FILE>";

@@ -6,6 +6,9 @@
 
 namespace dropfolder {
 
+/// The word as a command line holds it, whatever is in it.
+std::string quoted(const std::string& word);
+
 /// The command line for one file: the path, quoted, in place of each <FILE>, or at the end if there is none.
 std::string commandLine(const std::string& command, const std::string& path);
 

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "Agent.h"
+#include "Command.h"
 #include "DropFolder.h"
 #include "Log.h"
 #include "Manager.h"
@@ -79,18 +80,6 @@ std::string nameOf(const OrvoProgramOptions& options) {
     return name;
 }
 
-/// The word as a command line holds it.
-std::string quoted(const std::string& word) {
-    std::string text = "\"";
-    std::size_t backslashes = 0;
-    for (const char c : word) {
-        if (c == '"') text.append(backslashes + 1, '\\');
-        backslashes = c == '\\' ? backslashes + 1 : 0;
-        text += c;
-    }
-    return text.append(backslashes, '\\') + '"';
-}
-
 int run(const dropfolder::Settings& settings, bool once) {
     OrvoLogging logger(settings.log, OrvoLogging::fileTarget | OrvoLogging::consoleTarget, settings.level);
     OrvoLogging::setInstance(logger);
@@ -118,7 +107,7 @@ int install(const OrvoProgramOptions& options) {
     const Complaints complaints;
     settingsOf(options);  // rather now than at every start
     std::string words = "--name=" + nameOf(options) + " ";
-    words += quoted("--config=" + dropfolder::fullPath(configOf(options)));
+    words += dropfolder::quoted("--config=" + dropfolder::fullPath(configOf(options)));
     if (isGiven(options, "v", "verbose")) words += " -v";
     dropfolder::Agent agent(nameOf(options), words);
     if (agent.install()) return 0;
