@@ -33,7 +33,9 @@ if [ ! -e "$prefix/ready" ]; then
     (
         flock 9
         if [ ! -e "$prefix/ready" ]; then
-            timeout 180 "$wine" wineboot --init >"$prefix/boot.log" 2>&1 && : >"$prefix/ready"
+            # The first program has the prefix made. `wineboot --init` would do so too, but then start a second
+            # manager of services beside the first, and programs would talk to the one or to the other.
+            timeout 180 "$wine" cmd /c exit >"$prefix/boot.log" 2>&1 && : >"$prefix/ready"
         fi
     ) 9>"$prefix.lock"
 fi
