@@ -2,6 +2,7 @@
 
 #include <errno.h>
 #include <linux/futex.h>
+#include <sched.h>
 #include <signal.h>
 #include <sys/syscall.h>
 #include <time.h>
@@ -23,8 +24,12 @@ constexpr std::int64_t shortestPause = 30 * microsecond;
 constexpr std::int64_t longestPause = 1 * millisecond;
 
 // After so long and so many refusals a thread is called insistently.
-constexpr std::int64_t patience = 100 * millisecond;
+constexpr std::int64_t patience = 1000 * millisecond;
 constexpr std::uint32_t mostRefusals = 1000;
+// A thread that prints in a loop, say, is hardly ever outside the C library, so that it takes many looks to
+// meet it there: after so many refusals they follow each other without a pause.
+constexpr std::uint32_t leisurelyRefusals = 50;
+constexpr int mostYields = 20;
 
 // Signals of the C library that a sigset_t does not show: one cancels a thread, the other lets it take part
 // when the process changes its user.
@@ -168,9 +173,15 @@ void Interruption::callUntil(const Done& done) noexcept {
         if (get(m_refusals) >= mostRefusals && monotonicTime() - begin >= patience) set(m_insisting, true);
         pause = get(m_called) ? std::min(2 * pause, longestPause) : shortestPause;
         if (word & opened) call();
-        sleepWhile(m_word, word, pause);
+        if (get(m_refusals) < leisurelyRefusals || !hasRefused()) sleepWhile(m_word, word, pause);
     }
     tellOrder(this);
+}
+
+/// Whether the thread answers a call at once, and by refusing it.
+bool Interruption::hasRefused() noexcept {
+    for (int i = 0; i < mostYields && get(m_called); ++i) ::sched_yield();
+    return !get(m_called);
 }
 
 void Interruption::call() noexcept {

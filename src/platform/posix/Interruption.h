@@ -19,7 +19,7 @@ namespace OrvoSupport::platform {
 /// both sides sleep.
 ///
 /// The thread comes to it at once where it can: not in an uninterrupted stretch, nor (unless it stays there
-/// for more than a tenth of a second) where it holds a lock of the C library, nor while it blocks the signal.
+/// for more than a second) where it holds a lock of the C library, nor while it blocks the signal.
 ///
 /// Thread safety: any operation from any thread, unless it says otherwise.
 class Interruption {
@@ -74,6 +74,7 @@ private:
     template <class Done>
     void callUntil(const Done& done) noexcept;
     void call() noexcept;
+    bool hasRefused() noexcept;
 
     std::atomic<std::uint32_t> m_word{0};
     // The signal handler is not to be watched by a sanitizer, and the functions of std::atomic would be:
