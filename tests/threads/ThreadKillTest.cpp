@@ -4,13 +4,8 @@
 #include <cstdlib>
 #include <memory>
 
+#include "support/Sanitizers.h"
 #include "threads/TestThreads.h"
-
-#if defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define __SANITIZE_THREAD__ 1
-#endif
-#endif
 
 namespace {
 
@@ -53,9 +48,8 @@ TEST(ThreadKillTest, endsAThreadThatWaits) {
 }
 
 TEST(ThreadKillTest, endsAThreadThatSleeps) {
-#ifdef __SANITIZE_THREAD__
-    GTEST_SKIP() << "ThreadSanitizer loses track of a thread that never comes back from a call it watches";
-#endif
+    if (testing_support::threadSanitizer)
+        GTEST_SKIP() << "it loses track of a thread that never comes back from a call it watches";
     std::atomic<bool> sleeping{false};
     WorkThread thread([&] {
         sleeping = true;

@@ -15,6 +15,7 @@
 #include "OrvoExpandString.h"
 #include "os/LogCapture.h"
 #include "support/ChildProcess.h"
+#include "support/Sanitizers.h"
 #include "support/TempFolder.h"
 
 namespace OrvoSupport {
@@ -150,13 +151,8 @@ TEST_F(RegistryFileTest, isReadUntilTheProcessEnds) {
 
 // Whatever other threads were about when the process was forked.
 TEST_F(RegistryFileTest, isReadByForkedProcesses) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "the heap of sanitizers may stay locked in forked processes";
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-    GTEST_SKIP() << "the heap of sanitizers may stay locked in forked processes";
-#endif
-#endif
+    if (testing_support::anySanitizer)
+        GTEST_SKIP() << "the heap of sanitizers may stay locked in forked processes";
     writeFile(name, fileWith("a"));
     std::atomic<bool> done{false};
     std::thread reader([&] {

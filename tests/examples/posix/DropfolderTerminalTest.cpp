@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include "../DropfolderFixture.h"
+#include "support/Sanitizers.h"
 
 namespace dropfolder_test {
 namespace {
@@ -11,9 +12,8 @@ namespace {
 using DropfolderTerminalTest = DropfolderFixture;
 
 TEST_F(DropfolderTerminalTest, finishesWhatRunsAtCtrlC) {
-#if defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "the thread sanitizer does not follow the forked child that does the work";
-#endif
+    if (testing_support::threadSanitizer)
+        GTEST_SKIP() << "the thread sanitizer does not follow the forked child that does the work";
     configure(waitingCommand() + "workers=1\n");
     drop("a.txt");
     drop("b.txt");

@@ -18,6 +18,7 @@
 #include "OrvoObjectBase.h"
 #include "OrvoTimer.h"
 #include "support/ChildProcess.h"
+#include "support/Sanitizers.h"
 #include "support/TempFolder.h"
 
 namespace {
@@ -31,19 +32,12 @@ constexpr int forks = 100;
 constexpr int linesOfAChild = 3;
 constexpr int limit = 60;  // seconds
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define OSUPT_ADDRESS_SANITIZER
-#endif
-#endif
-
 class LogForkTest : public testing::Test {
 protected:
     void SetUp() override {
-#if defined(__SANITIZE_THREAD__)
         // As the first piece of a record does, for its time-out.
-        GTEST_SKIP() << "the thread sanitizer ends forked children that start a thread";
-#endif
+        if (testing_support::threadSanitizer)
+            GTEST_SKIP() << "the thread sanitizer ends forked children that start a thread";
     }
 };
 
@@ -169,10 +163,8 @@ std::map<std::string, int> linesByWriter(const std::string& file, std::map<std::
 }
 
 TEST_F(LogForkTest, parentAndChildrenGoOnLogging) {
-#ifdef OSUPT_ADDRESS_SANITIZER
-    GTEST_SKIP()
-        << "the address sanitizer's heap is left locked in a child that is forked while others use it";
-#endif
+    if (testing_support::addressSanitizer)
+        GTEST_SKIP() << "its heap is left locked in a child that is forked while others use it";
     const TempFolder folder;
     ChildProcess process("forksAndLogs", {folder.file("forks")});
     EXPECT_EQ(0, process.wait(300)) << process.output();

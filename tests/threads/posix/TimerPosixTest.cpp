@@ -12,10 +12,13 @@
 #include <vector>
 
 #include "OrvoTimer.h"
+#include "support/Sanitizers.h"
 
 namespace {
 
 using namespace OrvoSupport;
+using testing_support::addressSanitizer;
+using testing_support::threadSanitizer;
 
 constexpr int limit = 60'000;  // milliseconds
 
@@ -37,12 +40,7 @@ int inChild(const std::function<int()>& action) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-#if defined(__SANITIZE_THREAD__)
-#define SKIP_WHERE_CHILDREN_HAVE_NO_THREADS() \
-    GTEST_SKIP() << "the thread sanitizer ends forked children that start a thread"
-#else
-#define SKIP_WHERE_CHILDREN_HAVE_NO_THREADS() static_cast<void>(0)
-#endif
+constexpr const char* noThreadsInChildren = "the thread sanitizer ends forked children that start a thread";
 
 /// 0 when a timer can be started, fires, and is destroyed in this process.
 int useTimer() {
@@ -54,7 +52,7 @@ int useTimer() {
 }
 
 TEST(TimerPosixTest, aForkedChildHasNoTimerStartedAndMayStartThemAgain) {
-    SKIP_WHERE_CHILDREN_HAVE_NO_THREADS();
+    if (threadSanitizer) GTEST_SKIP() << noThreadsInChildren;
     OrvoTimer timer(50, false);
     timer.reset();
     ASSERT_EQ(0, timer.wait(limit));
@@ -80,7 +78,9 @@ TEST(TimerPosixTest, aChildWhoseTimersAreNotStartedSeesNoneFire) {
 }
 
 TEST(TimerPosixTest, aChildMayUseTimersWhateverTheOthersDidAtTheFork) {
-    SKIP_WHERE_CHILDREN_HAVE_NO_THREADS();
+    if (threadSanitizer) GTEST_SKIP() << noThreadsInChildren;
+    if (addressSanitizer)
+        GTEST_SKIP() << "its heap is left locked in a child that is forked while others use it";
     std::atomic<bool> stop{false};
     std::vector<std::thread> threads;
     for (int i = 0; i < 3; ++i) {

@@ -13,27 +13,13 @@
 #include <utility>
 
 #include "OrvoThread.h"
+#include "support/Sanitizers.h"
 
 namespace testing_threads {
 
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool addressSanitizer = true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-constexpr bool addressSanitizer = true;
-#else
-constexpr bool addressSanitizer = false;
-#endif
-#else
-constexpr bool addressSanitizer = false;
-#endif
-
+using testing_support::addressSanitizer;
 // Its run-time part keeps everything of threads that end without returning, so there can be fewer of them.
-#if defined(__SANITIZE_THREAD__)
-constexpr bool threadSanitizer = true;
-#else
-constexpr bool threadSanitizer = false;
-#endif
+using testing_support::threadSanitizer;
 
 using Clock = std::chrono::steady_clock;
 constexpr auto generousLimit = std::chrono::seconds(30);

@@ -7,6 +7,7 @@
 #include <new>
 
 #include "support/ChildProcess.h"
+#include "support/Sanitizers.h"
 #include "types/StreamBytes.h"
 
 using namespace OrvoSupport;
@@ -28,13 +29,7 @@ OSUPT_CHILD(writesMoreThanThereIsMemory) {
 }
 
 TEST(StreamMemoryTest, aWriteWithoutMemoryChangesNothing) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "sanitizers need more address space than this leaves";
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-    GTEST_SKIP() << "sanitizers need more address space than this leaves";
-#endif
-#endif
+    if (testing_support::anySanitizer) GTEST_SKIP() << "they need more address space than this leaves";
     testing_support::ChildProcess child("writesMoreThanThereIsMemory");
     EXPECT_EQ(0, child.wait());
 }
