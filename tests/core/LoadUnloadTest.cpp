@@ -15,6 +15,7 @@ using testing_support::isLoaded;
 using testing_support::Plugin;
 using testing_support::Resources;
 using testing_support::resourcesInUse;
+using testing_support::resourcesOnceThreadsHaveEnded;
 
 /// A thread that outlives the library: it does what it is told, and ends when it is destroyed.
 class LongLivedThread {
@@ -76,7 +77,7 @@ TEST(LoadUnloadTest, loadsAndUnloadsAThousandTimesWithoutLeaving) {
         if (HasFatalFailure()) return;
         ASSERT_FALSE(isLoaded("osupt")) << "after load " << i;
     }
-    const Resources after = resourcesInUse();
+    const Resources after = resourcesOnceThreadsHaveEnded(before.threads);
     EXPECT_LE(after.threads, before.threads);
     EXPECT_LE(after.handles, before.handles + 4);
     EXPECT_LE(after.mappings, before.mappings + 64);            // sanitizers keep books of their own
@@ -96,7 +97,7 @@ TEST(LoadUnloadTest, takesItsThreadsAlongThatALoggerHasStarted) {
         }
         ASSERT_FALSE(isLoaded("osupt")) << "after load " << i;
     }
-    const Resources after = resourcesInUse();
+    const Resources after = resourcesOnceThreadsHaveEnded(before.threads);
     EXPECT_LE(after.threads, before.threads);
     EXPECT_LE(after.handles, before.handles + 4);
 }
@@ -113,7 +114,7 @@ TEST(LoadUnloadTest, takesTheThreadAlongThatServesTimers) {
         }
         ASSERT_FALSE(isLoaded("osupt")) << "after load " << i;
     }
-    const Resources after = resourcesInUse();
+    const Resources after = resourcesOnceThreadsHaveEnded(before.threads);
     EXPECT_LE(after.threads, before.threads);
     EXPECT_LE(after.handles, before.handles + 4);
     EXPECT_LE(after.heapBytes, before.heapBytes + 32 * 1024);

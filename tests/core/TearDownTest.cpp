@@ -1,10 +1,8 @@
 // The library and a busy host of it are unloaded, or their process ends, whatever they are doing.
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "core/BusyHost.h"
@@ -20,6 +18,7 @@ using testing_support::isLoaded;
 using testing_support::Plugin;
 using testing_support::Resources;
 using testing_support::resourcesInUse;
+using testing_support::resourcesOnceThreadsHaveEnded;
 using testing_support::TempFolder;
 
 constexpr unsigned everyRound = sleepingTimer | firingTimers | computingThread | throwawayThreads;
@@ -28,16 +27,6 @@ constexpr int objects = 3;  // of a host and of its factory's making
 // Never destroyed itself, so that they are no leak to the sanitizer.
 std::vector<void*>& keptObjects = *new std::vector<void*>;
 void keep(void* object) { keptObjects.push_back(object); }
-
-/// On Windows a thread that has left the library ends when nobody unloads anything any more.
-Resources resourcesOnceThreadsHaveEnded(long threads) {
-    Resources now = resourcesInUse();
-    for (int i = 0; i < 3000 && now.threads > threads; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        now = resourcesInUse();
-    }
-    return now;
-}
 
 /// Loads host and library, lets the host begin, and unloads both.
 void comeAndGo(const std::string& file, unsigned tasks, BusyHostReport& report) {

@@ -1,6 +1,5 @@
 // Services started and stopped over and over, stopped at any moment and from everywhere at once.
 #include <atomic>
-#include <chrono>
 
 #include "service/ServiceFixture.h"
 #include "support/Plugin.h"
@@ -9,6 +8,7 @@ namespace {
 
 using namespace service_testing;
 using testing_support::resourcesInUse;
+using testing_support::resourcesOnceThreadsHaveEnded;
 
 constexpr int cycles = 1000;
 constexpr int fewerCycles = 200;
@@ -22,11 +22,7 @@ protected:
     }
     void TearDown() override {
         EXPECT_TRUE(fake().settled());
-        // A thread that has ended for the library may need a moment until it has for the system.
-        const auto limit = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-        while (resourcesInUse().threads > m_threads && std::chrono::steady_clock::now() < limit)
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        EXPECT_LE(resourcesInUse().threads, m_threads);
+        EXPECT_LE(resourcesOnceThreadsHaveEnded(m_threads).threads, m_threads);
     }
 
     long m_threads;

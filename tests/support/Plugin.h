@@ -2,7 +2,9 @@
 #ifndef TESTS_SUPPORT_PLUGIN_H
 #define TESTS_SUPPORT_PLUGIN_H
 
+#include <chrono>
 #include <string>
+#include <thread>
 
 namespace testing_support {
 
@@ -40,6 +42,18 @@ struct Resources {
     long heapBytes = 0;  ///< handed out by the C library; 0 where it does not tell
 };
 Resources resourcesInUse();
+
+/// The same as soon as no more threads are left than these, or after half a minute: a thread that has done
+/// its work, and has left what is unloaded, is still there for a moment.
+inline Resources resourcesOnceThreadsHaveEnded(long threads) {
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    Resources now = resourcesInUse();
+    while (now.threads > threads && std::chrono::steady_clock::now() < limit) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        now = resourcesInUse();
+    }
+    return now;
+}
 
 }  // namespace testing_support
 

@@ -9,6 +9,7 @@ using testing_support::isLoaded;
 using testing_support::Plugin;
 using testing_support::Resources;
 using testing_support::resourcesInUse;
+using testing_support::resourcesOnceThreadsHaveEnded;
 
 TEST(ThreadUnloadTest, noThreadIsCaughtInALibraryThatGoes) {
     for (int i = 0; i < 200; ++i) {
@@ -32,8 +33,9 @@ TEST(ThreadUnloadTest, nothingIsLeftOfThreads) {
         host.function<void(int)>("useThrowaways")(2);
         ASSERT_EQ(0, host.function<int()>("useThreads")());
     }
-    const Resources after = resourcesInUse();
+    const Resources after = resourcesOnceThreadsHaveEnded(before.threads);
     EXPECT_FALSE(isLoaded("osupt"));
+    EXPECT_LE(after.threads, before.threads);
     EXPECT_LE(after.handles, before.handles + 4);
 }
 

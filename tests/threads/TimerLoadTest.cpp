@@ -17,16 +17,11 @@ namespace {
 
 using namespace OrvoSupport;
 using testing_support::resourcesInUse;
+using testing_support::resourcesOnceThreadsHaveEnded;
 
 constexpr int limit = 60'000;  // milliseconds
 
 void nap(int milliseconds) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }
-
-/// Waits until no more threads are there than that.
-bool threadsComeDownTo(long count) {
-    for (int i = 0; i < 500 && resourcesInUse().threads > count; ++i) nap(10);
-    return resourcesInUse().threads <= count;
-}
 
 TEST(TimerLoadTest, tenThousandTimersNeedOneThread) {
     std::thread([] {}).join();  // a sanitizer starts one of its own with the first
@@ -44,7 +39,7 @@ TEST(TimerLoadTest, tenThousandTimersNeedOneThread) {
         EXPECT_EQ(0, soon.wait(limit));
         EXPECT_LE(resourcesInUse().threads, before + 1);
     }
-    EXPECT_TRUE(threadsComeDownTo(before));
+    EXPECT_LE(resourcesOnceThreadsHaveEnded(before).threads, before);
 }
 
 TEST(TimerLoadTest, aThousandTimersFireInOnePass) {
@@ -141,7 +136,7 @@ TEST(TimerLoadTest, eightThreadsStartStopAndDestroyWhatFires) {
     OrvoTimer after(5, true);
     after.reset();
     EXPECT_EQ(0, after.wait(limit));
-    EXPECT_TRUE(threadsComeDownTo(before));
+    EXPECT_LE(resourcesOnceThreadsHaveEnded(before).threads, before);
 }
 
 }  // namespace

@@ -14,6 +14,7 @@ namespace {
 using namespace thread_tests;
 using testing_support::Resources;
 using testing_support::resourcesInUse;
+using testing_support::resourcesOnceThreadsHaveEnded;
 
 HANDLE handleOf(OrvoThread& thread) { return *static_cast<HANDLE*>(thread.getHandle()); }
 
@@ -183,7 +184,7 @@ TEST(OrvoThreadSystemTest, theProcessGoesOnAfterAThousandKills) {
     more = false;
     other.join();
     ::CloseHandle(never);
-    const Resources after = resourcesInUse();
+    const Resources after = resourcesOnceThreadsHaveEnded(before.threads);
     EXPECT_LE(after.threads, before.threads);
     EXPECT_LE(after.handles, before.handles + 4);
 }
@@ -199,8 +200,8 @@ TEST(OrvoThreadSystemTest, nothingIsLeftOfThreadsThatCameAndWent) {
     for (int i = 0; i < 20; ++i) use();
     const Resources before = resourcesInUse();
     for (int i = 0; i < 100; ++i) use();
-    EXPECT_TRUE(until([&] { return resourcesInUse().threads <= before.threads; }));
-    const Resources after = resourcesInUse();
+    const Resources after = resourcesOnceThreadsHaveEnded(before.threads);
+    EXPECT_LE(after.threads, before.threads);
     EXPECT_LE(after.handles, before.handles + 4);
     EXPECT_LE(after.heapBytes, before.heapBytes + 4096);
 }
