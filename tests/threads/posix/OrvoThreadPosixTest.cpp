@@ -420,6 +420,8 @@ TEST(OrvoThreadForkTest, aThreadThatForksGoesOnInTheChild) {
 TEST(OrvoThreadForkTest, whatIsWantedOfAThreadThatForksIsNotWantedOfTheChild) {
     if (threadSanitizer) GTEST_SKIP() << "its run-time part starts no threads in a child";
     std::atomic<int> status{-1};
+    int go[2];
+    ASSERT_EQ(0, ::pipe(go));
     Worker thread([&] {
         sigset_t all;
         sigset_t before;
@@ -443,7 +445,8 @@ TEST(OrvoThreadForkTest, whatIsWantedOfAThreadThatForksIsNotWantedOfTheChild) {
             });
             other.start();
             while (!stopped) ++steps;
-            ::_exit(0);
+            char byte;
+            ::_exit(::read(go[0], &byte, 1) == 1 ? 0 : 1);  // not before its parent stands still
         }
         int ended = -1;
         ::waitpid(child, &ended, 0);
@@ -454,9 +457,12 @@ TEST(OrvoThreadForkTest, whatIsWantedOfAThreadThatForksIsNotWantedOfTheChild) {
     ASSERT_TRUE(thread.hasBegun());
     thread.stop();
     EXPECT_EQ(-1, status);
+    EXPECT_EQ(1, ::write(go[1], "", 1));
     thread.start();
     thread.wait(-1);
     EXPECT_EQ(0, status);
+    ::close(go[0]);
+    ::close(go[1]);
 }
 
 OSUPT_CHILD(startWithoutRoomForThreads) {
