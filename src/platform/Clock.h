@@ -17,7 +17,10 @@ std::int64_t monotonicNanoseconds();
 /// outside, with nothing of use in `fields`.
 bool toLocal(std::int64_t seconds, std::tm& fields);
 
-/// The same in UTC; reaches far enough for every instant that toLocal() takes.
+/// The local time of this moment.
+bool localNow(std::tm& fields);
+
+/// toLocal() in UTC; reaches far enough for every instant that toLocal() takes.
 bool toUtc(std::int64_t seconds, std::tm& fields);
 
 /// The instant of a local time in the system's zone (as the environment has it now), and in `fields` that

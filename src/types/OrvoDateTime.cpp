@@ -100,8 +100,7 @@ inline void OrvoDateTime::store(const volatile std::tm& fields) {
 OrvoDateTime::OrvoDateTime() {
     defaultLocale();  // captured now, if not yet, though first used when printing
     std::tm now;
-    if (!platform::toLocal(platform::calendarSeconds(), now))
-        calendar::fieldsOf(0, now);  // a clock set wrong
+    if (!platform::localNow(now)) calendar::fieldsOf(0, now);  // a clock set wrong
     store(now);
     adjustInstanceId();
 }

@@ -60,6 +60,28 @@ TEST_F(ClockTest, localAndUtcTimesCoverTheRangeAndNothingElse) {
     }
 }
 
+// Programs log many times in a second, so what is kept of one conversion serves the next; not so when
+// somebody has set the zone meanwhile.
+TEST_F(ClockTest, theLocalTimeOfThisMomentFollowsTheZoneAtOnce) {
+    for (int i = 0; i < 100; ++i) {
+        for (const char* zone : {"UTC0", "AAA-1", "AAA-2", "AAA-2BBB", "AAA-2CCC", "XXX8", "UTC0"}) {
+            testing_support::useZone(zone);
+            for (int again = 0; again < 3; ++again) {
+                std::tm fields{};
+                std::tm before{};
+                std::tm after{};
+                ASSERT_TRUE(toLocal(calendarSeconds(), before));
+                ASSERT_TRUE(localNow(fields));
+                ASSERT_TRUE(toLocal(calendarSeconds(), after));
+                ASSERT_TRUE(fields.tm_hour == before.tm_hour || fields.tm_hour == after.tm_hour) << zone;
+                ASSERT_TRUE(fields.tm_sec == before.tm_sec || fields.tm_sec == after.tm_sec);
+                std::tm other{};
+                if (again == 1) toLocal(86400 * 180, other);
+            }
+        }
+    }
+}
+
 TEST_F(ClockTest, instantsPast2038ComeBackFromTheirLocalAndUtcTimes) {
     for (const std::int64_t instant : {std::int64_t{0}, std::int64_t{2147483648}, std::int64_t{4294967296},
                                        std::int64_t{20000000000}, lastSecond}) {

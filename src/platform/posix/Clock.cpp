@@ -35,6 +35,29 @@ bool sameTime(const std::tm& a, const std::tm& b) {
            a.tm_mon == b.tm_mon && a.tm_year == b.tm_year;
 }
 
+/// What the C library lets one see of its time zone. Whoever sets the zone changes this, as a rule; what
+/// changes it, too, are conversions of times when the zone had other rules.
+struct Zone {
+    static Zone now() { return {::tzname[0], ::tzname[1], ::timezone, ::daylight}; }
+    bool operator==(const Zone& other) const {
+        return standardName == other.standardName && daylightName == other.daylightName &&
+               west == other.west && hasDaylight == other.hasDaylight;
+    }
+    const char* standardName;
+    const char* daylightName;
+    long west;
+    int hasDaylight;
+};
+
+// What a thread has asked for last. A program that logs asks for the same second many thousand times, and
+// each conversion would take two locks.
+struct LocalSecond {
+    std::int64_t second;
+    Zone zone;
+    std::tm fields;
+};
+__thread LocalSecond lastSecond __attribute__((tls_model("initial-exec"))) = {-1, {}, {}};
+
 std::int64_t makeTime(std::tm& local) {
     const ZoneGuard guard(zoneLock);
     return ::mktime(&local);
@@ -54,6 +77,18 @@ bool toLocal(std::int64_t seconds, std::tm& fields) {
     const time_t instant = seconds;
     const ZoneGuard guard(zoneLock);
     return seconds >= 0 && ::localtime_r(&instant, &fields) && fields.tm_year <= lastYear;
+}
+
+bool localNow(std::tm& fields) {
+    const std::int64_t second = calendarSeconds();
+    const Zone zone = Zone::now();
+    if (second != lastSecond.second || !(zone == lastSecond.zone)) {
+        if (!toLocal(second, fields)) return false;
+        // Only if nobody has set the zone meanwhile.
+        lastSecond = {zone == Zone::now() ? second : -1, zone, fields};
+    }
+    fields = lastSecond.fields;
+    return true;
 }
 
 bool toUtc(std::int64_t seconds, std::tm& fields) {

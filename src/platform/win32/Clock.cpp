@@ -44,6 +44,8 @@ bool toLocal(std::int64_t seconds, std::tm& fields) {
     return fields.tm_year <= lastYear;
 }
 
+bool localNow(std::tm& fields) { return toLocal(calendarSeconds(), fields); }
+
 bool toUtc(std::int64_t seconds, std::tm& fields) {
     if (seconds < 0 || seconds > lastUtcSecond + secondsPerDay) return false;
     const bool late = seconds > lastUtcSecond;
