@@ -32,7 +32,7 @@ void OrvoTimerManager::restart(OrvoTimer& timer) {
     // Without a waiter each start tries again to get one.
     if (manager.m_waiterStands) {
         std::int64_t state = timer.m_restarted;
-        while (rests(state))
+        while (rests(state) && timer.m_scheduled)
             if (timer.m_restarted.compare_exchange_weak(state, deadline)) return;
     }
     ListLock lock(manager.m_listLock);
@@ -47,10 +47,12 @@ void OrvoTimerManager::restart(OrvoTimer& timer) {
 
 void OrvoTimerManager::rest(OrvoTimer& timer) {
     OrvoTimerManager& manager = instance();
-    std::int64_t state = timer.m_restarted;
-    while (manager.m_waiterStands && runs(state))
-        if (timer.m_restarted.compare_exchange_weak(state, resting)) return;
-    if (!runs(state)) return;
+    if (!runs(timer.m_restarted)) return;
+    if (manager.m_waiterStands) {
+        // Should the timer leave the schedule at this moment, restart() sees that.
+        timer.m_restarted.store(resting, std::memory_order_release);
+        return;
+    }
     const ListLock lock(manager.m_listLock);
     if (manager.m_exiting) return;
     manager.m_schedule.remove(timer);
