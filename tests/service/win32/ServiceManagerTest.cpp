@@ -9,6 +9,7 @@
 
 #include "service/win32/Manager.h"
 #include "support/ChildProcess.h"
+#include "support/Plugin.h"
 #include "support/TempFolder.h"
 
 namespace {
@@ -18,6 +19,9 @@ using service_testing::Installed;
 using service_testing::ManagedService;
 using testing::ElementsAreArray;
 using testing_support::ChildProcess;
+using testing_support::Resources;
+using testing_support::resourcesInUse;
+using testing_support::resourcesOnceThreadsHaveEnded;
 using testing_support::TempFolder;
 
 bool fileExists(const std::string& path) {
@@ -59,12 +63,55 @@ private:
     string m_words;
 };
 
+/// What a process has in use more than before once it has been a service: threads, as soon as there are no
+/// more than these, and handles.
+void noteWhatIsLeft(const std::string& folder, const Resources& before, long threads) {
+    const Resources after = resourcesOnceThreadsHaveEnded(before.threads + threads);
+    testing_support::writeFile(folder + "/left", std::to_string(after.threads - before.threads) + " " +
+                                                     std::to_string(after.handles - before.handles));
+}
+
 OSUPT_CHILD(service) {
     OrvoLogging logger(arguments.at(1) + "/service", OrvoLogging::fileTarget, 9);
     logger.enableRecordData(false);
     OrvoLogging::setInstance(logger);
-    TestService service(arguments.at(0), arguments.at(1));
-    return service.start("", true) ? 0 : 1;
+    const Resources before = resourcesInUse();
+    bool served;
+    {
+        TestService service(arguments.at(0), arguments.at(1));
+        served = service.start("", true);
+    }
+    if (arguments.size() > 2) noteWhatIsLeft(arguments[1], before, std::stol(arguments[2]));
+    return served ? 0 : 1;
+}
+
+SERVICE_STATUS_HANDLE bareService = nullptr;
+HANDLE bareServiceStops = nullptr;
+
+void showBareState(DWORD state) {
+    SERVICE_STATUS status = {SERVICE_WIN32_OWN_PROCESS, state, SERVICE_ACCEPT_STOP, 0, 0, 0, 0};
+    ::SetServiceStatus(bareService, &status);
+}
+
+void WINAPI stopBareService(DWORD) { ::SetEvent(bareServiceStops); }
+
+void WINAPI bareServiceMain(DWORD, char**) {
+    bareServiceStops = ::CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    bareService = ::RegisterServiceCtrlHandlerA("", stopBareService);
+    showBareState(SERVICE_RUNNING);
+    ::WaitForSingleObject(bareServiceStops, 60000);
+    ::CloseHandle(bareServiceStops);
+    showBareState(SERVICE_STOPPED);
+}
+
+/// The same with nothing but calls of the system, to compare with.
+OSUPT_CHILD(bareService) {
+    const Resources before = resourcesInUse();
+    char name[] = "";
+    const SERVICE_TABLE_ENTRYA table[] = {{name, bareServiceMain}, {nullptr, nullptr}};
+    const bool served = ::StartServiceCtrlDispatcherA(table);
+    noteWhatIsLeft(arguments.at(1), before, 10);
+    return served ? 0 : 1;
 }
 
 OSUPT_CHILD(removeService) {
@@ -124,7 +171,7 @@ TEST_F(ServiceManagerTest, withoutArgumentsTheCommandLineIsThePathAsItIs) {
     EXPECT_EQ(L"", m_managed.installed().description);
 }
 
-TEST_F(ServiceManagerTest, aProgramInAFolderWithBlanksIsInstalledUnquoted) {
+TEST_F(ServiceManagerTest, aProgramInAFolderWithBlanksIsInstalledUnquotedAndStarts) {
     const std::string folder = m_folder.file("a folder");
     ::CreateDirectoryA(folder.c_str(), nullptr);
     const std::string own = testing_support::programPath();
@@ -143,6 +190,10 @@ TEST_F(ServiceManagerTest, aProgramInAFolderWithBlanksIsInstalledUnquoted) {
     const std::string line = m_managed.installed().commandLine;
     EXPECT_NE(std::string::npos, line.find("a folder\\host.exe --osupt-child=service ")) << line;
     EXPECT_EQ(std::string::npos, line.find('"')) << line;
+    // Such a line is taken for the path up to its first blank if there is such a program, and here is none.
+    ASSERT_TRUE(m_managed.start({}));
+    ASSERT_TRUE(m_managed.reaches(SERVICE_RUNNING));
+    stopAndExpectTheEnd();
 }
 
 OSUPT_CHILD(install) {
@@ -286,6 +337,23 @@ TEST_F(ServiceManagerTest, theServiceItselfCanBeRunWithoutTheManagerButDoesNothi
                 testing::ElementsAre("OrvoService::start: calling StartServiceCtrlDispatcher",
                                      "OrvoService::start: StartServiceCtrlDispatcher returned, exiting",
                                      "OrvoService::start: exiting"));
+}
+
+TEST_F(ServiceManagerTest, leavesNoMoreBehindThanTheSystemsOwnCallsDo) {
+    long threads[2] = {}, handles[2] = {};
+    for (const int round : {0, 1}) {
+        m_service.m_arguments = std::string("--osupt-child=") + (round == 0 ? "bareService " : "service ") +
+                                m_managed.name() + " " + m_folder.path() + " " + std::to_string(threads[0]);
+        ASSERT_TRUE(m_service.install());
+        ASSERT_TRUE(m_managed.start({}));
+        ASSERT_TRUE(m_managed.reaches(SERVICE_RUNNING));
+        stopAndExpectTheEnd();
+        ASSERT_TRUE(m_service.remove());
+        std::istringstream left(testing_support::readFile(m_folder.file("left")));
+        ASSERT_TRUE(left >> threads[round] >> handles[round]);
+    }
+    EXPECT_LE(threads[1], threads[0]);
+    EXPECT_LE(handles[1], handles[0]);
 }
 
 TEST_F(ServiceManagerTest, startsAndStopsAgainAndAgain) {
