@@ -6,10 +6,13 @@
 #include <thread>
 
 #include "OrvoCriticalSection.h"
+#include "OrvoLogging.h"
 #include "OrvoObjectBase.h"
 #include "OrvoObjectFactory.h"
+#include "OrvoThread.h"
 #include "OrvoTimer.h"
 #include "core/ObjectLock.h"
+#include "support/TempFolder.h"
 
 namespace {
 
@@ -27,14 +30,33 @@ int lockOnTwoThreads(OrvoCriticalSectionObject& lock) {
     return depth;
 }
 
+class Returning : public OrvoThread {
+public:
+    using OrvoThread::run;
+    int run() override { return 5; }
+};
+
+int useThread() {
+    Returning thread;
+    thread.start();
+    thread.wait(-1);
+    return thread.getExitCode();
+}
+
 OrvoObjectBase* makeObject() { return new OrvoObjectBase; }
 
 struct EarlyAndLate {
     EarlyAndLate() : depth(lockOnTwoThreads(lock)), pointer(new OrvoObjectBase) {
         OrvoObjectFactory::getGlobalInstance().add("object", makeObject);
         timer.reset();
+        logger.enableRecordData(false);
+        logger << "early" << endrecord;
+        exitCode = useThread();
     }
     ~EarlyAndLate() {
+        logger << "late" << endrecord;
+        if (testing_support::readFile(folder.file("static.log")).find("late") == string::npos) std::abort();
+        if (useThread() != 5) std::abort();
         timer.reset();
         timer.start(-1, 1, true);
         timer.stop();
@@ -49,6 +71,9 @@ struct EarlyAndLate {
         if (hasObject != (objectLock() != nullptr)) std::abort();
         OrvoObjectFactory::deleteGlobalInstance();
     }
+    const testing_support::TempFolder folder;
+    OrvoLogging logger{folder.file("static"), OrvoLogging::fileTarget, 9};
+    int exitCode = 0;
     OrvoTimer timer{20, false};
     OrvoCriticalSectionObject lock;
     int depth;
@@ -67,6 +92,15 @@ TEST(StaticBuildTest, theFactoryKeepsWhatItGotBeforeMain) {
 
 TEST(StaticBuildTest, aTimerStartedBeforeMainFires) {
     for (int i = 0; i < 3; ++i) EXPECT_EQ(0, earlyAndLate.timer.wait(60000));
+}
+
+TEST(StaticBuildTest, aThreadRanBeforeMain) { EXPECT_EQ(5, earlyAndLate.exitCode); }
+
+TEST(StaticBuildTest, aLoggerOfBeforeMainGoesOn) {
+    earlyAndLate.logger << "meanwhile" << endrecord;
+    const std::string text = testing_support::readFile(earlyAndLate.folder.file("static.log"));
+    EXPECT_EQ(0u, text.find("early"));
+    EXPECT_NE(std::string::npos, text.find("meanwhile"));
 }
 
 TEST(StaticBuildTest, theObjectLockStandsWhenTheProgramRuns) {
