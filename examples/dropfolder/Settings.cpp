@@ -5,6 +5,7 @@
 #include <OrvoProperties.h>
 
 #include <algorithm>
+#include <set>
 #include <vector>
 
 namespace dropfolder {
@@ -17,26 +18,52 @@ using Properties = OrvoSupport::OrvoProperties<OrvoSupport::string>;
 const std::string fileMark("\1");
 const std::string fileReference = "<FILE>";
 
-/// Settings that refer to each other in a circle would be expanded without end. `trail` holds the names on
-/// the way to `text`.
-void refuseCircle(const Properties& properties, const std::string& text, std::vector<std::string> trail) {
-    for (std::size_t begin = 0; (begin = text.find('<', begin)) != std::string::npos;) {
-        const std::size_t end = text.find('>', begin);
-        if (end == std::string::npos) return;
-        const std::string name = text.substr(begin + 1, end - begin - 1);
-        if (std::find(trail.begin(), trail.end(), name) != trail.end())
+/// A value that is being expanded, up to `at`.
+struct Piece {
+    std::string name;
+    std::string value;
+    std::size_t at = 0;
+};
+
+/// Takes the name of the reference that begins at `begin` of the last piece; it may end in one in front of
+/// that. False if it has no end.
+bool takeReference(std::vector<Piece>& pieces, std::size_t begin, std::string& name) {
+    pieces.back().at = begin + 1;
+    for (auto piece = pieces.rbegin(); piece != pieces.rend(); ++piece) {
+        const std::size_t end = std::min(piece->value.find('>', piece->at), piece->value.size());
+        name.append(piece->value, piece->at, end - piece->at);
+        piece->at = end;
+        if (end == piece->value.size()) continue;
+        ++piece->at;
+        return true;
+    }
+    return false;
+}
+
+/// A setting that refers to itself, directly or through others, would be expanded without end. This goes the
+/// way of the expansion; each piece is the value of a reference in the one before it.
+void refuseCircle(const Properties& properties, const std::string& setting, const std::string& value) {
+    std::vector<Piece> pieces{{setting, value}};
+    std::set<std::string> names{setting};
+    while (!pieces.empty()) {
+        const std::size_t begin = pieces.back().value.find('<', pieces.back().at);
+        if (begin == std::string::npos) {
+            names.erase(pieces.back().name);
+            pieces.pop_back();
+            continue;
+        }
+        std::string name;
+        if (!takeReference(pieces, begin, name)) return;
+        if (!names.insert(name).second)
             throw OrvoException("dropfolder: the setting " + name + " refers to itself");
-        trail.push_back(name);
-        refuseCircle(properties, properties.getProperty(name, ""), trail);
-        trail.pop_back();
-        begin = end;
+        pieces.push_back({name, properties.getProperty(name, "")});
     }
 }
 
 /// The value of a setting with its references expanded.
 std::string expanded(Properties& properties, const std::string& name, const std::string& ifNotGiven) {
     std::string value = properties.getProperty(name, ifNotGiven);
-    refuseCircle(properties, value, {name});
+    refuseCircle(properties, name, value);
     try {
         value = OrvoSupport::OrvoExpandString(value, properties);
     } catch (const OrvoSupport::OrvoPropertyNotFound& exception) {

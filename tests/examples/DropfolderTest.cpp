@@ -129,6 +129,7 @@ TEST_F(DropfolderTest, namesWhatIsWrongWithItsSettings) {
         {"timeout=-1\n", "timeout must be a number from 0 to 604800, not -1"},
         {"log=<nothing>\n", "in the setting log: "},
         {"log=<a>/log\na=<b>\nb=x<a>\n", "the setting a refers to itself"},
+        {"log=<open>log>\nopen=<\n", "the setting log refers to itself"},
         {"timeout=99999999999999999999\n", "timeout must be a number from 0 to 604800"},
     };
     for (const Case& c : cases) {
@@ -149,6 +150,19 @@ TEST_F(DropfolderTest, expandsReferencesToOtherSettings) {
     EXPECT_EQ(0, runOnce()) << m_output;
     EXPECT_FALSE(done("a.ready.csv").empty());
     EXPECT_TRUE(waits("b.csv"));
+}
+
+// A name may begin in the value of another setting, and each value may name the next of very many.
+TEST_F(DropfolderTest, expandsAnyReferencesThatComeToAnEnd) {
+    std::string settings = "open=<\nkind=csv\npattern=*.<s0>\n";
+    for (int i = 0; i < 10000; ++i)
+        settings += "s" + std::to_string(i) + "=<s" + std::to_string(i + 1) + ">\n";
+    configure(settings + "s10000=<open>kind>\n");
+    drop("a.csv");
+    drop("b.txt");
+    EXPECT_EQ(0, runOnce()) << m_output;
+    EXPECT_FALSE(done("a.csv").empty());
+    EXPECT_TRUE(waits("b.txt"));
 }
 
 TEST_F(DropfolderTest, saysWhichFolderItCannotMake) {
