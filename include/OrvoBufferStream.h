@@ -42,10 +42,12 @@ public:
     ///
     /// When they do not fit, the block is enlarged by their number rounded up to the next multiple of
     /// the increment, by a whole further increment for an exact multiple, and in any case so that they fit.
-    /// From 64 KiB on it gets up to a quarter more, so that long streams are filled in linear time.
+    /// From 64 KiB on, and for a queue that stays long, it gets up to a quarter more, so that streams of any
+    /// length are filled and passed through in linear time.
     unsigned int write(const void* data, unsigned int elementSize, unsigned int count) override;
     /// Takes elementSize * count bytes, or as many as there are, and returns their number. Null consumes them
-    /// and sets errno to EINVAL. Each byte is moved a bounded number of times, however small the reads.
+    /// and sets errno to EINVAL. Each byte is moved a bounded number of times, however small the reads, and
+    /// the writes between them, are.
     unsigned int read(void* data, unsigned int elementSize, unsigned int count) override;
     /// As read(), but the bytes stay.
     unsigned int peek(void* data, unsigned int elementSize, unsigned int count) override;
@@ -61,7 +63,7 @@ public:
 
 private:
     bool makeRoom(std::uint32_t dataEnd, std::uint64_t bytes);
-    bool reallocate(std::uint32_t capacity);
+    bool provide(std::uint32_t capacity, bool withSpare);
     void closeGap(std::uint32_t dataEnd) const;
 
     // Bytes that have been read stay where they are until somebody looks at the block or needs their room;
@@ -71,7 +73,7 @@ private:
     std::atomic<std::uint32_t> m_dataEnd;  ///< offset behind the data when there is no gap
     std::uint32_t m_growthIncrement;
     std::uint32_t m_capacity = 0;
-    std::uint32_t m_allocated = 0;  ///< the capacity and what a long block has to spare
+    std::uint32_t m_allocated = 0;  ///< the capacity and what the block has to spare
     mutable OrvoCriticalSectionObject m_lock;
 };
 

@@ -122,13 +122,14 @@ unsigned int OrvoBufferStream::write(const void* data, unsigned int elementSize,
     const std::uint64_t bytes = std::uint64_t{elementSize} * count;
     const Guard guard(m_lock);
     const std::uint32_t dataEnd = m_dataEnd.load(std::memory_order_relaxed);
-    if (m_gap + dataEnd + bytes > m_capacity && !makeRoom(dataEnd, bytes)) return 0;
+    const std::uint64_t end = dataEnd + bytes;
+    if ((end > m_capacity || m_gap + end > m_allocated) && !makeRoom(dataEnd, bytes)) return 0;
     const auto size = static_cast<std::uint32_t>(bytes);
-    unsigned char* const end = m_block + m_gap + dataEnd;
+    unsigned char* const place = m_block + m_gap + dataEnd;
     if (data)
-        copyBytes(end, data, size);
+        copyBytes(place, data, size);
     else
-        zeroBytes(end, size);
+        zeroBytes(place, size);
     m_dataEnd.store(dataEnd + size, std::memory_order_relaxed);
     return size;
 }
@@ -173,21 +174,26 @@ const unsigned char* OrvoBufferStream::buffer() const {
 bool OrvoBufferStream::makeRoom(std::uint32_t dataEnd, std::uint64_t bytes) {
     if (bytes > most - dataEnd) return false;
     const auto needed = static_cast<std::uint32_t>(dataEnd + bytes);
+    std::uint32_t capacity = m_capacity;
+    if (needed > capacity) {
+        const std::uint64_t grown = m_capacity + bytes + (m_growthIncrement - bytes % m_growthIncrement);
+        capacity = grown > most ? needed : std::max(needed, static_cast<std::uint32_t>(grown));
+    }
+    // A gap that is small beside the data would soon have to be closed again.
+    const bool isSmallGap = m_gap > 0 && m_gap < (dataEnd - headerSize) / 4;
     closeGap(dataEnd);
-    if (needed <= m_capacity) return true;
-    const std::uint64_t grown = m_capacity + bytes + (m_growthIncrement - bytes % m_growthIncrement);
-    const std::uint32_t capacity =
-        grown > most ? needed : std::max(needed, static_cast<std::uint32_t>(grown));
-    if (capacity > m_allocated && !reallocate(capacity)) return false;
+    if (!provide(capacity, isSmallGap)) return false;
     m_capacity = capacity;
     return true;
 }
 
 // A long block gets room to spare. Not every system enlarges one in place, and copying it for each increment
 // would make filling a long stream quadratic.
-bool OrvoBufferStream::reallocate(std::uint32_t capacity) {
-    const std::uint32_t spare = capacity < longBlock ? 0 : std::min(capacity / 4, most - capacity);
+bool OrvoBufferStream::provide(std::uint32_t capacity, bool withSpare) {
+    withSpare |= capacity > m_allocated && capacity >= longBlock;
+    const std::uint32_t spare = withSpare ? std::min(capacity / 4, most - capacity) : 0;
     for (const std::uint32_t size : {capacity + spare, capacity}) {
+        if (size <= m_allocated) return true;
         void* const block = std::realloc(m_block, size);
         if (!block) continue;
         m_block = static_cast<unsigned char*>(block);

@@ -448,4 +448,26 @@ TEST(OrvoBufferStreamTest, drainsALongStreamInSmallPieces) {
     EXPECT_EQ(0u, stream.size());
 }
 
+// With the rest moved at each write this would move a thousand gigabytes.
+TEST(OrvoBufferStreamTest, passesDataThroughALongStreamInSmallPieces) {
+    using Piece = std::array<std::uint32_t, 256>;
+    const std::uint32_t pieces = 16'000;
+    OrvoBufferStream stream(sizeof(Piece) * pieces * 4 + 4);  // there is no room for one more
+    const auto write = [&](std::uint32_t number) {
+        Piece piece;
+        piece.fill(number);
+        return stream.write(piece.data(), 4, 256);
+    };
+    for (std::uint32_t i = 0; i < pieces * 4; ++i) ASSERT_EQ(1024u, write(i));
+    for (std::uint32_t i = 0; i < pieces; ++i) {
+        Piece piece;
+        ASSERT_EQ(1024u, stream.read(piece.data(), 4, 256));
+        ASSERT_EQ(i, piece.front());
+        ASSERT_EQ(i, piece.back());
+        ASSERT_EQ(1024u, write(pieces * 4 + i));
+    }
+    EXPECT_EQ(sizeof(Piece) * pieces * 4, stream.size());
+    EXPECT_EQ(0, std::memcmp(stream.buffer() + 4, &pieces, 4));
+}
+
 }  // namespace
