@@ -84,15 +84,13 @@ void ChildList::changeKey(OrvoTreeNode& node, const string& key) {
 }
 
 void ChildList::changeKeyOfChild(OrvoTreeNode& child, const string& key) {
-    if (isKnownInOrder()) {
-        Cursor cursor = positionOf(child.m_key);
-        while (nodeAt(cursor) != &child) cursor = next(cursor);
-        child.m_key = key;
+    const Cursor cursor = isKnownInOrder() ? positionOf(child) : end();
+    child.m_key = key;
+    if (isEnd(cursor)) {
+        m_lookedAt.store(0, relaxed);
+    } else {
         m_blocks[cursor.block][cursor.offset].beginning.store(beginningOf(key), relaxed);
         m_wasInOrder.store(fits(cursor), relaxed);
-    } else {
-        child.m_key = key;
-        m_lookedAt.store(0, relaxed);
     }
 }
 
@@ -145,7 +143,15 @@ ChildList::Cursor ChildList::positionOf(const string& key) const {
     if (isEnd(cursor)) return cursor;
     const Entry& entry = m_blocks[cursor.block][cursor.offset];
     const bool found = entry.beginning.load(relaxed) == beginningOf(key) && entry.child->getKey() == key;
-    return found ? cursor : Cursor{m_blocks.size(), 0};
+    return found ? cursor : end();
+}
+
+/// Of a child of a list in order, or the end where too many others have its key to look at them all.
+ChildList::Cursor ChildList::positionOf(const OrvoTreeNode& child) const {
+    Cursor cursor = positionOf(child.m_key);
+    for (std::size_t passed = 0; nodeAt(cursor) != &child; cursor = next(cursor))
+        if (++passed == blockSize) return end();
+    return cursor;
 }
 
 ChildList::Cursor ChildList::next(Cursor cursor) const {
@@ -162,7 +168,7 @@ ChildList::Cursor ChildList::firstByHalving(const string& key, Predicate comesBe
     };
     const auto block = std::partition_point(m_blocks.begin(), m_blocks.end(),
                                             [&](const Block& b) { return comesBefore(b.back()); });
-    if (block == m_blocks.end()) return {m_blocks.size(), 0};
+    if (block == m_blocks.end()) return end();
     const auto entry = std::partition_point(block->begin(), block->end(), comesBefore);
     return {static_cast<std::size_t>(block - m_blocks.begin()),
             static_cast<std::size_t>(entry - block->begin())};
@@ -176,7 +182,7 @@ ChildList::Cursor ChildList::firstByWalking(Predicate predicate) const {
                                         [&](const Entry& e) { return predicate(e.child->getKey()); });
         if (entry != entries.end()) return {block, static_cast<std::size_t>(entry - entries.begin())};
     }
-    return {m_blocks.size(), 0};
+    return end();
 }
 
 /// Returns where the child came to stand.

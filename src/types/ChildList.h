@@ -77,11 +77,13 @@ private:
     void leave(OrvoTreeNode& child);
     Cursor positionOf(std::size_t index) const;
     Cursor positionOf(const string& key) const;
+    Cursor positionOf(const OrvoTreeNode& child) const;
     Cursor next(Cursor cursor) const;
     template <class Predicate>
     Cursor firstByHalving(const string& key, Predicate comesBehind) const;
     template <class Predicate>
     Cursor firstByWalking(Predicate predicate) const;
+    Cursor end() const { return {m_blocks.size(), 0}; }
     bool isEnd(Cursor cursor) const { return cursor.block == m_blocks.size(); }
     OrvoTreeNode* nodeAt(Cursor cursor) const { return m_blocks[cursor.block][cursor.offset].child.get(); }
     Cursor insertAt(Cursor cursor, Child child);

@@ -345,6 +345,19 @@ TEST(OrvoTreeNodeTest, findsAHundredThousandChildrenWhileTheirKeysChange) {
     EXPECT_EQ(nullptr, root.getNode(std::to_string(count)));
 }
 
+// Looking for each among those with the same key would pass eighty thousand million others.
+TEST(OrvoTreeNodeTest, tellsManyChildrenOfOneKeyApart) {
+    constexpr int count = 400000;
+    OrvoTreeNode root;
+    std::vector<Node> nodes;
+    for (int i = 0; i < count; ++i) nodes.push_back(root.add(make("k")));
+    for (int i = count - 1; i >= 0; --i)
+        nodes[static_cast<std::size_t>(i)]->setKey("k" + std::to_string(count + i));
+    for (int i = 0; i < count; i += 1000)
+        ASSERT_EQ(nodes[static_cast<std::size_t>(i)], root.getNode("k" + std::to_string(count + i)));
+    EXPECT_EQ(nullptr, root.getNode("k"));
+}
+
 TEST(OrvoTreeNodeTest, forgetsTheParentsThatANodeHasLeft) {
     const Node node = make("b");
     {
