@@ -54,9 +54,20 @@ void ChildList::insert(std::size_t index, Child child) {
 
 void ChildList::insertByKey(Child child) {
     const string& key = child->getKey();
-    insertAt(inOrder() ? firstByHalving(key, [&](const string& other) { return key < other; })
-                       : firstByWalking([&](const string& other) { return key < other; }),
-             std::move(child));
+    insertAt(behind(key), std::move(child));
+}
+
+Child ChildList::replace(Child child) {
+    const string& key = child->getKey();
+    // Inserted before anything is removed, since it may fail.
+    const Cursor inserted = insertAt(behind(key), std::move(child));
+    Cursor first = positionOf(key);
+    if (first.block == inserted.block && first.offset == inserted.offset) {
+        do {
+            first = next(first);
+        } while (nodeAt(first)->getKey() != key);
+    }
+    return removeAt(first);
 }
 
 Child ChildList::remove(std::size_t index) { return removeAt(positionOf(index)); }
@@ -144,6 +155,12 @@ ChildList::Cursor ChildList::positionOf(const string& key) const {
     const Entry& entry = m_blocks[cursor.block][cursor.offset];
     const bool found = entry.beginning.load(relaxed) == beginningOf(key) && entry.child->getKey() == key;
     return found ? cursor : end();
+}
+
+/// Of the first child with a greater key, or the end.
+ChildList::Cursor ChildList::behind(const string& key) const {
+    return inOrder() ? firstByHalving(key, [&](const string& other) { return key < other; })
+                     : firstByWalking([&](const string& other) { return key < other; });
 }
 
 /// Of a child of a list in order, or the end where too many others have its key to look at them all.

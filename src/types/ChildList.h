@@ -34,6 +34,9 @@ public:
     void insert(std::size_t index, Child child);
     /// In front of the first child with a greater key.
     void insertByKey(Child child);
+    /// The same for a key that another child has: the first of them is taken out and returned. Without memory
+    /// nothing changes.
+    Child replace(Child child);
 
     /// What is taken out is returned, so that it goes when the list is in order again; null when there is no
     /// such child.
@@ -78,6 +81,7 @@ private:
     Cursor positionOf(std::size_t index) const;
     Cursor positionOf(const string& key) const;
     Cursor positionOf(const OrvoTreeNode& child) const;
+    Cursor behind(const string& key) const;
     Cursor next(Cursor cursor) const;
     template <class Predicate>
     Cursor firstByHalving(const string& key, Predicate comesBehind) const;

@@ -181,12 +181,12 @@ Node OrvoTreeNode::addAs(const string& key, Node node) {
     if (existing == node) return node;
     if (existing && !holdsAPlaceOnly(*existing)) return existing;
     node->setKey(key);
-    std::unique_ptr<ChildList> replaced;  // goes when all is done
-    if (existing) {
-        replaced = std::exchange(node->m_children, std::move(existing->m_children));
-        erase(key);
-    }
-    return add(std::move(node));
+    if (!existing) return add(std::move(node));
+    const Node removed = m_children->replace(node);
+    // What was below the node goes when all is done.
+    const std::unique_ptr<ChildList> replaced =
+        std::exchange(node->m_children, std::move(existing->m_children));
+    return node;
 }
 
 ChildList& OrvoTreeNode::list() {

@@ -78,6 +78,22 @@ TEST(TreeMemoryTest, anAdditionAtAPathCanBeTriedAgain) {
     EXPECT_THAT(keysOf(*(*root[0])[0]), ElementsAre("c"));
 }
 
+TEST(TreeMemoryTest, aPlaceIsHeldUntilThereIsMemoryForWhatShallStandThere) {
+    OrvoTreeNode root;
+    const Node place = root.add(make("p"));
+    const Node below = place->add(make("below"));
+    const Node node = make("");
+    EXPECT_LT(0, failures([&] {
+                  EXPECT_EQ(place, root.getNode("p"));
+                  EXPECT_EQ(below, (*place)[0]);
+                  std::vector<string> path{"p"};
+                  root.add(node, path);
+              }));
+    EXPECT_EQ(node, root.getNode("p"));
+    EXPECT_THAT(keysOf(root), ElementsAre("p"));
+    EXPECT_THAT(keysOf(*node), ElementsAre("below"));
+}
+
 TEST(TreeMemoryTest, anAssignmentThatFailsChangesNothing) {
     OrvoTreeNode root("r"), other("a key that is too long for a string without memory");
     root.add(make("x"));
