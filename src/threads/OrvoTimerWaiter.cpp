@@ -129,8 +129,10 @@ void OrvoTimerManager::waitAndFire(ListLock& lock) {
 }
 
 void OrvoTimerManager::fireInTime(ListLock& lock) {
-    const std::int64_t missing = m_schedule.firstDue().seconds * 1000 - WaitableTimer::calendarMilliseconds();
-    if (missing > 0 && missing <= clockLag)
+    const TimePair& due = m_schedule.firstDue();
+    const std::int64_t missing = due.seconds * 1000 - WaitableTimer::calendarMilliseconds();
+    // A sleep that negative milliseconds make shorter ends before the second has come, by any clock.
+    if (missing > 0 && missing <= clockLag && due.milliseconds >= 0)
         m_deadline = WaitableTimer::deadlineIn(missing);
     else
         fire(lock);

@@ -218,6 +218,15 @@ TEST_F(TimerFiringTest, aClockThatLagsALittleDoesNotCostASecond) {
     EXPECT_EQ("a", story.take());
 }
 
+TEST_F(TimerFiringTest, aSleepThatEndsBeforeTheSecondHasComeBeginsAnew) {
+    Named a(story, "a");
+    a.start(1, -50, true);
+    FakeTime::advance(1899ms);
+    EXPECT_EQ("", story.take());
+    FakeTime::advance(1ms);
+    EXPECT_EQ("a", story.take());
+}
+
 TEST_F(TimerFiringTest, resetStartsAnewAndLeavesTheSignal) {
     Named timer(story, "a");
     timer.start(5, 0, true);
