@@ -12,18 +12,11 @@
 #include <thread>
 
 #include "support/ChildProcess.h"
+#include "threads/TimerTests.h"
 
 namespace {
 
-using namespace OrvoSupport;
-
-constexpr int limit = 60'000;  // milliseconds, of whatever should come at once
-
-struct Acting : OrvoDependent {
-    explicit Acting(std::function<void()> action_) : action(std::move(action_)) {}
-    void handleNotification(OrvoCollaborator&, const OrvoNotification&) override { action(); }
-    std::function<void()> action;
-};
+using namespace timer_tests;
 
 void nap(int milliseconds = 1) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }
 
@@ -40,8 +33,7 @@ TEST(OrvoTimerTest, repeatsUntilStopped) {
     OrvoTimer timer(50, false);
     timer.reset();
     for (int i = 0; i < 5; ++i) EXPECT_EQ(0, timer.wait(limit));
-    timer.stop();
-    timer.wait(0);
+    stopForGood(timer);
     EXPECT_EQ(-2, timer.wait(200));
 }
 

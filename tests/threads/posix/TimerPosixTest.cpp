@@ -13,20 +13,13 @@
 
 #include "OrvoTimer.h"
 #include "support/Sanitizers.h"
+#include "threads/TimerTests.h"
 
 namespace {
 
-using namespace OrvoSupport;
+using namespace timer_tests;
 using testing_support::addressSanitizer;
 using testing_support::threadSanitizer;
-
-constexpr int limit = 60'000;  // milliseconds
-
-struct Acting : OrvoDependent {
-    explicit Acting(std::function<void()> action_) : action(std::move(action_)) {}
-    void handleNotification(OrvoCollaborator&, const OrvoNotification&) override { action(); }
-    std::function<void()> action;
-};
 
 /// The exit code of a forked child that does this; the child is given half a minute.
 int inChild(const std::function<int()>& action) {
@@ -58,7 +51,7 @@ TEST(TimerPosixTest, aForkedChildHasNoTimerStartedAndMayStartThemAgain) {
     ASSERT_EQ(0, timer.wait(limit));
     const int code = inChild([&] {
         timer.reset();
-        timer.stop();
+        stopForGood(timer);
         if (timer.wait(200) != -2) return 10;
         timer.reset();
         if (timer.wait(limit) != 0) return 11;
