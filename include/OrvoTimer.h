@@ -85,9 +85,10 @@ private:
 /// the timer at a time: when the timer fires several times while the work goes on, the work is done once
 /// more.
 ///
-/// Before an object of a subclass goes, stop the timer: the work is part of the subclass. Destruction wakes
-/// the thread by setting the timer, so the timer's dependents are told once more; then it waits until the
-/// thread has ended. The timer is not owned and must outlive the thread.
+/// Before an object of a subclass goes, stop the timer and see that no work is left to do: the work is part
+/// of the subclass, and a signal that came before the stop is still worked on. Destruction wakes the thread
+/// by setting the timer, so the timer's dependents are told once more; then it waits until the thread has
+/// ended. The timer is not owned and must outlive the thread.
 ///
 /// Thread safety: as OrvoThread.
 class OSUPT_API OrvoEventTimerThread : public OrvoThread {
