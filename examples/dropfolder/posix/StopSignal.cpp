@@ -28,17 +28,17 @@ sigset_t stopSignals() {
 
 }  // namespace
 
-/// Waits for the signals, which are blocked on this thread and on all that are started from now on.
+/// Waits for the signals, which are blocked on this thread and on all that are started from now on. They stay
+/// blocked: a second one that comes late must not cut short what the first has begun to end.
 struct StopSignal::Listener : OrvoSupport::OrvoThread {
     explicit Listener(OrvoSupport::OrvoEvent& stop_)
         : OrvoThread("stop signal"), stop(stop_), signals(stopSignals()) {
-        ::pthread_sigmask(SIG_BLOCK, &signals, &before);
+        ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     }
     ~Listener() override {
         ending = true;
         if (isAlive()) ::kill(::getpid(), SIGTERM);
         wait(-1);
-        ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
     }
 
     using OrvoThread::run;
@@ -52,11 +52,11 @@ struct StopSignal::Listener : OrvoSupport::OrvoThread {
 
     OrvoSupport::OrvoEvent& stop;
     const sigset_t signals;
-    sigset_t before;
     std::atomic<bool> ending{false};
 };
 
 StopSignal::StopSignal(OrvoSupport::OrvoEvent& stop) : m_listener(std::make_unique<Listener>(stop)) {
+    ::signal(SIGPIPE, SIG_IGN);  // who reads what it prints may go; the work and the log go on
     m_listener->start();
 }
 

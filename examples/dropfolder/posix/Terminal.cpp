@@ -36,10 +36,10 @@ int attend(pid_t program, const sigset_t& signals) {
 int runApart(const std::function<int()>& work) {
     if (!inForeground()) return work();
 
-    sigset_t signals, before;
+    sigset_t signals;
     ::sigemptyset(&signals);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) ::sigaddset(&signals, signal);
-    ::pthread_sigmask(SIG_BLOCK, &signals, &before);  // none is lost while the child is not there yet
+    ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);  // none is lost until somebody waits for it
     ::signal(SIGCHLD, SIG_DFL);
     const pid_t program = ::fork();
     if (program > 0) return attend(program, signals);
@@ -47,7 +47,6 @@ int runApart(const std::function<int()>& work) {
         ::setpgid(0, 0);
         ::prctl(PR_SET_PDEATHSIG, SIGTERM);
     }
-    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
     return work();
 }
 

@@ -1,5 +1,6 @@
-// The sample host in a terminal, where Ctrl+C is meant for whoever is in the foreground.
+// The sample host in a terminal, where Ctrl+C is meant for whoever is in the foreground, and at a pipe.
 #include <pty.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -36,6 +37,32 @@ TEST_F(DropfolderTerminalTest, finishesWhatRunsAtCtrlC) {
     EXPECT_FALSE(done("a.txt").empty());
     EXPECT_TRUE(waits("b.txt"));
     ::close(terminal);
+}
+
+TEST_F(DropfolderTerminalTest, worksOnWhenNobodyReadsWhatItPrints) {
+    configure(noteCommand());
+    drop("a.txt");
+    const std::string program = programBesideThis("dropfolder");
+    const std::string settings = "--config=" + m_folder.file("settings");
+    int ends[2];
+    ASSERT_EQ(0, ::pipe(ends));
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        ::signal(SIGPIPE, SIG_DFL);
+        ::dup2(ends[1], STDOUT_FILENO);
+        ::close(ends[0]);
+        ::close(ends[1]);
+        ::execl(program.c_str(), program.c_str(), "run", "--once", settings.c_str(), nullptr);
+        ::_exit(121);
+    }
+    ::close(ends[0]);
+    ::close(ends[1]);
+
+    int status = -1;
+    EXPECT_TRUE(eventually([&] { return ::waitpid(pid, &status, WNOHANG) == pid; }));
+    EXPECT_EQ(0, status);
+    EXPECT_FALSE(done("a.txt").empty());
+    EXPECT_TRUE(logHas("1 done, 0 failed, 0 left"));
 }
 
 }  // namespace
