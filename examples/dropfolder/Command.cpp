@@ -28,16 +28,20 @@ std::string commandLine(const std::string& command, const std::string& path) {
 }
 
 bool runCommand(const std::string& line, int limitSeconds) {
-    log(4) << "run " << line << endrecord;
+    const std::string what = oneLine(line);
+    log(4) << "run " << what << endrecord;
     const ProgramEnd end = runProgram(line, limitSeconds);
     switch (end.how) {
-        case ProgramEnd::notStarted: log(2) << "cannot start " << line << endrecord; return false;
+        case ProgramEnd::notStarted: log(2) << "cannot start " << what << endrecord; return false;
         case ProgramEnd::outOfTime:
-            log(2) << "ended after " << limitSeconds << " seconds: " << line << endrecord;
+            log(2) << "ended after " << limitSeconds << " seconds: " << what << endrecord;
+            return false;
+        case ProgramEnd::unknown:
+            log(2) << "is no program, or cannot be waited for: " << what << endrecord;
             return false;
         case ProgramEnd::ended: break;
     }
-    if (end.exitCode != 0) log(2) << "exit code " << end.exitCode << " of " << line << endrecord;
+    if (end.exitCode != 0) log(2) << "exit code " << end.exitCode << " of " << what << endrecord;
     return end.exitCode == 0;
 }
 

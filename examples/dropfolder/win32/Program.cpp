@@ -25,7 +25,7 @@ ProgramEnd runProgram(const std::string& commandLine, int limitSeconds) {
     if (!OrvoSupport::OrvoExecuteProgramEx(commandLine, noInput(), INVALID_HANDLE_VALUE, false, &process,
                                            nullptr))
         return {ProgramEnd::notStarted, -1};
-    if (!process) return {ProgramEnd::ended, 0};  // a document, opened by a program of its own
+    if (!process) return {ProgramEnd::unknown, -1};  // a document, opened by a program of its own
 
     const DWORD limit = limitSeconds > 0 ? static_cast<DWORD>(limitSeconds) * 1000 : INFINITE;
     const bool inTime = ::WaitForSingleObject(process, limit) != WAIT_TIMEOUT;
