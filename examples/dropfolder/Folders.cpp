@@ -21,6 +21,13 @@ std::string today() {
     return text;
 }
 
+/// "name.2" and so on, no longer than file systems take.
+std::string numbered(const std::string& name, int number) {
+    const std::size_t longestName = 255;
+    const std::string ending = "." + std::to_string(number);
+    return name.substr(0, longestName - ending.size()) + ending;
+}
+
 }  // namespace
 
 Folders::Folders(const std::string& watch_)
@@ -53,10 +60,10 @@ std::vector<std::string> namesIn(const std::string& folder, const std::string& p
 bool fileAway(const std::string& folder, const std::string& name, const std::string& target) {
     Move move = putFile(folder + "/" + name, target + "/" + name);
     for (int number = 2; move.result == Move::nameTaken; ++number)
-        move = putFile(folder + "/" + name, target + "/" + name + "." + std::to_string(number));
+        move = putFile(folder + "/" + name, target + "/" + numbered(name, number));
     if (move.result == Move::done) return true;
-    log(2) << name << ": cannot be moved to " << target << " (" << reason(move.error) << "), stays in "
-           << folder << endrecord;
+    log(2) << oneLine(name) << ": cannot be moved to " << target << " (" << reason(move.error)
+           << "), stays in " << folder << endrecord;
     return false;
 }
 
@@ -66,9 +73,9 @@ bool emptyFolder(const std::string& folder, const std::string& target) {
     if (!empty) return false;
     std::string message;
     int error = 0;
-    if (OrvoSupport::OrvoRemoveDirectoryImpl(folder, false, message, error)) return true;
+    if (OrvoSupport::OrvoRemoveDirectoryImpl(folder, false, message, error) || !exists(folder)) return true;
     log(2) << folder << ": cannot be removed (" << message << ")" << endrecord;
-    return true;
+    return false;  // there may be something in it that cannot be listed, or that came meanwhile
 }
 
 std::string reason(int error) {

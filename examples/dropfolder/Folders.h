@@ -30,8 +30,8 @@ std::vector<std::string> namesIn(const std::string& folder, const std::string& p
 /// file is ever overwritten. When it cannot be moved, the log says why and it stays where it is.
 bool fileAway(const std::string& folder, const std::string& name, const std::string& target);
 
-/// Moves all that is in the folder of one file to `target` and removes the folder. False when something
-/// stays.
+/// Moves all that is in the folder of one file to `target` and removes the folder. False when something may
+/// have stayed.
 bool emptyFolder(const std::string& folder, const std::string& target);
 
 /// The system's reason for an error code.

@@ -1,6 +1,7 @@
 #include "WorkFolder.h"
 
 #include <OrvoException.h>
+#include <OrvoFindFile.h>
 
 #include "Log.h"
 
@@ -38,7 +39,7 @@ void WorkFolder::recoverFolder(const std::string& folder) {
         const std::string ofOneFile = folder + "/" + number;
         const std::vector<std::string> names = namesIn(ofOneFile);
         for (const std::string& name : names)
-            log(2) << name << ": an earlier run was cut short while its command ran; not run again"
+            log(2) << oneLine(name) << ": an earlier run was cut short while its command ran; not run again"
                    << endrecord;
         const bool empty = emptyFolder(ofOneFile, m_folders.failed);
         if (!names.empty()) ++(empty ? m_tally.failed : m_tally.left);
@@ -49,7 +50,8 @@ std::string WorkFolder::newFolder() {
     std::string path;
     do path = m_path + "/" + std::to_string(++m_count);
     while (exists(path));  // what could not be moved out of it before
-    makeFolder(path);
+    if (!OrvoSupport::OrvoCreateDirectory(path))
+        throw OrvoSupport::OrvoException("dropfolder: cannot make a folder in " + m_path);
     return path;
 }
 
