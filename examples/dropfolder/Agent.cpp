@@ -2,6 +2,8 @@
 
 #include <OrvoException.h>
 
+#include <exception>
+
 #include "Log.h"
 
 namespace dropfolder {
@@ -25,6 +27,8 @@ protected:
             return 0;
         } catch (const OrvoException& exception) {
             log(2) << exception.getText() << endrecord;
+        } catch (const std::exception& exception) {
+            log(2) << "dropfolder: " << exception.what() << endrecord;
         }
         m_agent.stop();  // a service that does nothing is better seen as stopped
         return 1;

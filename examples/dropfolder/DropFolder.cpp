@@ -49,9 +49,9 @@ void DropFolder::handleNotification(OrvoSupport::OrvoCollaborator&, const OrvoSu
 
 void DropFolder::startWorkers() {
     for (int number = 1; number <= m_settings.workers; ++number)
-        m_workers.push_back(
-            std::make_unique<Worker>(Workplace{m_settings, m_folders, m_workFolder, m_queue, m_tally},
-                                     "worker " + std::to_string(number)));
+        m_workers.push_back(std::make_unique<Worker>(
+            Workplace{m_settings, m_folders, m_workFolder, m_queue, m_unclaimed, m_tally},
+            "worker " + std::to_string(number)));
     m_working = m_settings.workers;
     for (const auto& worker : m_workers) {
         worker->addDependent(*this);

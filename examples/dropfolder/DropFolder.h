@@ -13,6 +13,7 @@
 #include "Scanner.h"
 #include "Settings.h"
 #include "Tally.h"
+#include "Unclaimed.h"
 #include "WorkFolder.h"
 #include "Worker.h"
 
@@ -44,6 +45,7 @@ private:
     OrvoSupport::OrvoEvent& m_stop;
     OrvoSupport::OrvoEvent m_allDone;
     Tally m_tally;
+    Unclaimed m_unclaimed{m_tally};
     const Folders m_folders;
     WorkFolder m_workFolder;
     Scanner m_scanner;

@@ -4,17 +4,18 @@ namespace dropfolder {
 
 using OrvoSupport::OrvoCriticalSection;
 
-void NameQueue::add(const std::string& name) {
+void NameQueue::add(const FoundFile& file) {
     OrvoCriticalSection guard(getLock());
-    if (m_waiting.insert(name).second) m_names.push_back(name);
+    if (m_waiting.insert_or_assign(file.name, file.state).second) m_names.push_back(file.name);
 }
 
-bool NameQueue::remove(std::string& name) {
+bool NameQueue::remove(FoundFile& file) {
     OrvoCriticalSection guard(getLock());
     if (m_names.empty()) return false;
-    name = m_names.front();
+    const auto first = m_waiting.find(m_names.front());
+    file = {first->first, first->second};
+    m_waiting.erase(first);
     m_names.pop_front();
-    m_waiting.erase(name);
     return true;
 }
 
@@ -31,17 +32,17 @@ void NameQueue::clear() {
 
 FileQueue::FileQueue() : OrvoBaseProducerConsumer(m_names) {}
 
-void FileQueue::put(const std::vector<std::string>& names) {
+void FileQueue::put(const std::vector<FoundFile>& files) {
     lockSyncMutex();
-    for (const std::string& name : names) m_names.add(name);
+    for (const FoundFile& file : files) m_names.add(file);
     setSyncEvent();
     unlockSyncMutex();
 }
 
-bool FileQueue::take(std::string& name) {
+bool FileQueue::take(FoundFile& file) {
     lockSyncMutex();
     while (m_names.empty() && !m_sentinel) waitForSyncEvent();
-    const bool taken = m_names.remove(name);
+    const bool taken = m_names.remove(file);
     unlockSyncMutex();
     return taken;
 }

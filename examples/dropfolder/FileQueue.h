@@ -1,31 +1,33 @@
-// The names of the files that wait for a worker.
+// The files that wait for a worker.
 #ifndef DROPFOLDER_FILE_QUEUE_H
 #define DROPFOLDER_FILE_QUEUE_H
 
 #include <OrvoThread.h>
 
 #include <deque>
-#include <set>
+#include <map>
 #include <string>
 #include <vector>
 
+#include "Files.h"
+
 namespace dropfolder {
 
-/// Names in the order in which they came, each once.
+/// Files in the order in which their names came, each name once.
 ///
 /// Thread safety: any method may be called from any thread.
 class NameQueue : public OrvoSupport::OrvoBaseSynchronizedQueue {
 public:
-    /// Does nothing for a name that waits already.
-    void add(const std::string& name);
+    /// A name that waits already keeps its place.
+    void add(const FoundFile& file);
     /// False if there is none.
-    bool remove(std::string& name);
+    bool remove(FoundFile& file);
     bool empty();
     void clear() override;
 
 private:
     std::deque<std::string> m_names;
-    std::set<std::string> m_waiting;
+    std::map<std::string, FileState> m_waiting;  // as they were found last
 };
 
 /// What the scans put into the queue, and the workers take.
@@ -35,9 +37,9 @@ class FileQueue : public OrvoSupport::OrvoBaseProducerConsumer {
 public:
     FileQueue();
 
-    void put(const std::vector<std::string>& names);
-    /// Waits for a name. False when there is none left and produceSentinel() was called.
-    bool take(std::string& name);
+    void put(const std::vector<FoundFile>& files);
+    /// Waits for a file. False when there is none left and produceSentinel() was called.
+    bool take(FoundFile& file);
 
 private:
     NameQueue m_names;

@@ -14,6 +14,12 @@ struct FileState {
     bool operator==(const FileState& other) const { return size == other.size && changed == other.changed; }
 };
 
+/// A file of the watched folder as a scan has found it.
+struct FoundFile {
+    std::string name;
+    FileState state;
+};
+
 /// False for what is not an ordinary file or a link to one.
 bool readState(const std::string& path, FileState& state);
 

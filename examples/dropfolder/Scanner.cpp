@@ -7,27 +7,27 @@ namespace dropfolder {
 Scanner::Scanner(const std::string& folder, const std::string& pattern)
     : m_folder(folder), m_pattern(pattern) {}
 
-std::vector<std::string> Scanner::all() {
+std::vector<FoundFile> Scanner::all() {
     std::map<std::string, FileState> seen;
-    std::vector<std::string> names;
+    std::vector<FoundFile> files;
     for (const std::string& name : namesIn(m_folder, m_pattern)) {
         FileState state;
         if (!readState(m_folder + "/" + name, state)) continue;
         seen.emplace(name, state);
-        names.push_back(name);
+        files.push_back({name, state});
     }
     m_seen.swap(seen);
-    return names;
+    return files;
 }
 
-std::vector<std::string> Scanner::unchanged() {
+std::vector<FoundFile> Scanner::unchanged() {
     const std::map<std::string, FileState> before = m_seen;
-    std::vector<std::string> names;
-    for (const std::string& name : all()) {
-        const auto last = before.find(name);
-        if (last != before.end() && last->second == m_seen[name]) names.push_back(name);
+    std::vector<FoundFile> files;
+    for (const FoundFile& file : all()) {
+        const auto last = before.find(file.name);
+        if (last != before.end() && last->second == file.state) files.push_back(file);
     }
-    return names;
+    return files;
 }
 
 }  // namespace dropfolder

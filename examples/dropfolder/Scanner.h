@@ -19,10 +19,10 @@ class Scanner {
 public:
     Scanner(const std::string& folder, const std::string& pattern);
 
-    /// The names of all files that match and are ordinary files or links to such.
-    std::vector<std::string> all();
+    /// All files that match and are ordinary files or links to such.
+    std::vector<FoundFile> all();
     /// Those of them that have not changed since the last call of either.
-    std::vector<std::string> unchanged();
+    std::vector<FoundFile> unchanged();
 
 private:
     const std::string m_folder;

@@ -10,7 +10,7 @@ namespace dropfolder {
 struct Tally {
     std::atomic<int> done{0};
     std::atomic<int> failed{0};
-    std::atomic<int> left{0};  ///< could be neither claimed nor filed away; they stand where the log says
+    std::atomic<int> left{0};  ///< can be neither claimed nor filed away; they stand where the log says
 };
 
 }  // namespace dropfolder

@@ -10,6 +10,7 @@
 #include "Folders.h"
 #include "Settings.h"
 #include "Tally.h"
+#include "Unclaimed.h"
 #include "WorkFolder.h"
 
 namespace dropfolder {
@@ -20,10 +21,11 @@ struct Workplace {
     const Folders& folders;
     WorkFolder& workFolder;
     FileQueue& queue;
+    Unclaimed& unclaimed;
     Tally& tally;
 };
 
-/// Takes names from the queue until it is told to stop. A file is claimed by moving it to a folder of its own
+/// Takes files from the queue until it is told to stop. A file is claimed by moving it to a folder of its own
 /// below the work folder before its command starts, so that of several dropfolders only one runs it, and one
 /// that is killed leaves it where the next one knows what it is.
 ///
@@ -38,8 +40,11 @@ protected:
     int run() override;
 
 private:
-    void process(const std::string& name);
+    void process(const FoundFile& file);
+    bool canBeClaimed(const FoundFile& file);
     bool claim(const std::string& name, const std::string& folder);
+    void settle(const std::string& name, const std::string& folder, bool good);
+    void leave(const std::string& name, const std::string& why);
 
     const Workplace m_workplace;
 };

@@ -5,6 +5,7 @@
 #include <OrvoProgramOptions.h>
 
 #include <cstdio>
+#include <exception>
 #include <map>
 #include <string>
 
@@ -177,6 +178,9 @@ int main(int argc, char** argv) {
         return 2;
     } catch (const OrvoException& exception) {
         std::fprintf(stderr, "%s\n", exception.getText().c_str());
+        return 2;
+    } catch (const std::exception& exception) {
+        std::fprintf(stderr, "dropfolder: %s\n", exception.what());
         return 2;
     }
 }

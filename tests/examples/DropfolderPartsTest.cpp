@@ -5,6 +5,7 @@
 #include "FileQueue.h"
 #include "Files.h"
 #include "Folders.h"
+#include "Log.h"
 #include "Scanner.h"
 #include "support/TempFolder.h"
 
@@ -16,22 +17,28 @@ using testing_support::TempFolder;
 using testing_support::writeFile;
 using Names = std::vector<std::string>;
 
+Names namesOf(const std::vector<FoundFile>& files) {
+    Names names;
+    for (const FoundFile& file : files) names.push_back(file.name);
+    return names;
+}
+
 TEST(ScannerTest, takesAFileWhenItHasNotChangedSinceTheLastScan) {
     const TempFolder folder;
     Scanner scanner(folder.path(), "*");
     writeFile(folder.file("a"), "first");
-    EXPECT_EQ(Names(), scanner.unchanged());
+    EXPECT_EQ(Names(), namesOf(scanner.unchanged()));
     writeFile(folder.file("a"), "first, second");
     writeFile(folder.file("b"), "");
-    EXPECT_EQ(Names(), scanner.unchanged());
-    EXPECT_EQ((Names{"a", "b"}), scanner.unchanged());
+    EXPECT_EQ(Names(), namesOf(scanner.unchanged()));
+    EXPECT_EQ((Names{"a", "b"}), namesOf(scanner.unchanged()));
 }
 
 TEST(ScannerTest, takesEverythingWhenAskedForAll) {
     const TempFolder folder;
     writeFile(folder.file("a"), "");
     makeFolder(folder.file("b"));
-    EXPECT_EQ(Names{"a"}, Scanner(folder.path(), "*").all());
+    EXPECT_EQ(Names{"a"}, namesOf(Scanner(folder.path(), "*").all()));
 }
 
 TEST(FilesTest, doesNotOverwriteWhatHasTheNameAlready) {
@@ -60,6 +67,24 @@ TEST(FilesTest, filesAwayUnderTheNextFreeName) {
     EXPECT_EQ("3", readFile(folder.file("target/a.3")));
 }
 
+TEST(FilesTest, filesAwayALongNameUnderOneThatIsNoLonger) {
+    const TempFolder folder;
+    const std::string name(255, 'a');
+    makeFolder(folder.file("target"));
+    for (const char* text : {"1", "2"}) {
+        writeFile(folder.file(name), text);
+        if (!exists(folder.file(name))) GTEST_SKIP() << "the system does not take such a path";
+        EXPECT_TRUE(fileAway(folder.path(), name, folder.file("target")));
+    }
+    EXPECT_EQ("1", readFile(folder.file("target/" + name)));
+    EXPECT_EQ("2", readFile(folder.file("target/" + name.substr(2) + ".2")));
+}
+
+TEST(LogTest, keepsANameOnOneLine) {
+    EXPECT_EQ("two\\x0d\\x0alines\\x7f", oneLine("two\r\nlines\x7f"));
+    EXPECT_EQ("plain \xc3\xa4\\", oneLine("plain \xc3\xa4\\"));
+}
+
 TEST(FileLockTest, isHeldByOneAtATime) {
     const TempFolder folder;
     {
@@ -73,28 +98,38 @@ TEST(FileLockTest, isHeldByOneAtATime) {
 
 TEST(FileQueueTest, keepsANameOnceUntilItIsTaken) {
     FileQueue queue;
-    queue.put({"b", "a", "b"});
-    queue.put({"a"});
-    std::string name;
-    EXPECT_TRUE(queue.take(name));
-    EXPECT_EQ("b", name);
-    queue.put({"b"});
-    EXPECT_TRUE(queue.take(name));
-    EXPECT_EQ("a", name);
-    EXPECT_TRUE(queue.take(name));
-    EXPECT_EQ("b", name);
+    queue.put({{"b", {}}, {"a", {}}, {"b", {}}});
+    queue.put({{"a", {}}});
+    FoundFile file;
+    EXPECT_TRUE(queue.take(file));
+    EXPECT_EQ("b", file.name);
+    queue.put({{"b", {}}});
+    EXPECT_TRUE(queue.take(file));
+    EXPECT_EQ("a", file.name);
+    EXPECT_TRUE(queue.take(file));
+    EXPECT_EQ("b", file.name);
+}
+
+TEST(FileQueueTest, hasAFileAsItWasFoundLast) {
+    FileQueue queue;
+    queue.put({{"a", {1, 10}}, {"b", {}}});
+    queue.put({{"a", {2, 20}}});
+    FoundFile file;
+    EXPECT_TRUE(queue.take(file));
+    EXPECT_EQ("a", file.name);
+    EXPECT_EQ((FileState{2, 20}), file.state);
 }
 
 TEST(FileQueueTest, endsWhenItIsEmptyAfterTheSentinel) {
     FileQueue queue;
-    queue.put({"a"});
+    queue.put({{"a", {}}});
     queue.produceSentinel(false);
-    std::string name;
-    EXPECT_TRUE(queue.take(name));
-    EXPECT_FALSE(queue.take(name));
-    queue.put({"b"});
+    FoundFile file;
+    EXPECT_TRUE(queue.take(file));
+    EXPECT_FALSE(queue.take(file));
+    queue.put({{"b", {}}});
     queue.produceSentinel(true);
-    EXPECT_FALSE(queue.take(name));
+    EXPECT_FALSE(queue.take(file));
 }
 
 TEST(CommandLineTest, putsTheQuotedPathWhereItBelongs) {

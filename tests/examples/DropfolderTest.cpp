@@ -36,6 +36,31 @@ TEST_F(DropfolderTest, putsWhatHasNoCommandToRunIntoFailed) {
     EXPECT_TRUE(logHas("cannot start there-is-no-such-program"));
 }
 
+TEST_F(DropfolderTest, putsWhatNoProgramHasWorkedOnIntoFailed) {
+    configure("command=\"" + m_folder.file("settings") + "\" <FILE>\n");
+    drop("a.txt");
+
+    EXPECT_EQ(1, runOnce());
+    EXPECT_TRUE(fs::exists(failed("a.txt")));
+    EXPECT_TRUE(logHas("is no program, or cannot be waited for: "));
+}
+
+TEST_F(DropfolderTest, leavesAFileThatIsWrittenAnewWhileItWaits) {
+    configure(waitingCommand() + "workers=1\n");
+    drop("a.txt");
+    drop("b.txt");
+    const auto process = start({"run", "--once"});
+    EXPECT_TRUE(eventually([&] { return allRuns() == 1; })) << process->output();
+    const std::string next = waits("a.txt") ? "a.txt" : "b.txt";
+    drop(next, "another text\n");
+    go();
+
+    EXPECT_EQ(1, process->wait()) << process->output();
+    EXPECT_TRUE(waits(next));
+    EXPECT_TRUE(logHas(next + ": has changed since it was seen, left where it is"));
+    EXPECT_TRUE(logHas("1 done, 0 failed, 1 left"));
+}
+
 TEST_F(DropfolderTest, takesOnlyFilesThatMatch) {
     configure("pattern=*.csv\n");
     drop("a.csv");

@@ -36,6 +36,42 @@ TEST_F(DropfolderWatchTest, recoversWhatAnotherOneLeavesMeanwhile) {
     EXPECT_EQ(1, runs("a.txt"));
 }
 
+TEST_F(DropfolderWatchTest, saysOnceThatItCannotTakeAFileAndTakesItWhenItCan) {
+    configure("workers=1\nlevel=3\n");
+    prepareToStop();
+    const auto process = watch();
+    fs::remove(claims("1"));
+    writeFile(claims("1").string(), "in the way\n");
+    const auto timesSaid = [this](const std::string& name) {
+        const std::string records = logText();
+        const std::string record = name + ": dropfolder: cannot make a folder in ";
+        int count = 0;
+        for (std::size_t at = 0; (at = records.find(record, at)) != std::string::npos; ++at) ++count;
+        return count;
+    };
+    for (const char* name : {"a.txt", "b.txt", "c.txt"}) {  // by then the earlier ones were tried again
+        drop(name);
+        EXPECT_TRUE(eventually([&] { return timesSaid(name) == 1; })) << process->output();
+    }
+    EXPECT_EQ(1, timesSaid("a.txt"));
+
+    fs::remove(claims("1"));
+    EXPECT_TRUE(eventually([&] { return doneCount() == 3; })) << process->output();
+    if (!stop(*process, Stop::interrupt)) return;
+    EXPECT_EQ(0, process->wait());
+    EXPECT_TRUE(logHas("3 done, 0 failed, 0 left"));
+}
+
+TEST_F(DropfolderWatchTest, saysWhereAFileStaysThatCannotBeFiledAway) {
+    configure("pattern=*.txt\n");
+    const auto process = watch();
+    fs::remove_all(m_inbox + "/done");
+    writeFile(m_inbox + "/done", "in the way\n");
+    drop("a.txt");
+    EXPECT_TRUE(eventually([&] { return logHas(", stays in " + m_inbox + "/work/1/"); }));
+    EXPECT_TRUE(process->running());
+}
+
 class DropfolderStopTest : public DropfolderFixture, public testing::WithParamInterface<Stop> {
 protected:
     DropfolderStopTest() { prepareToStop(); }
@@ -69,6 +105,15 @@ TEST_P(DropfolderStopTest, endsAPassEarly) {
 
     EXPECT_EQ(0, process->wait()) << process->output();
     EXPECT_EQ(2u, doneCount());
+}
+
+TEST_P(DropfolderStopTest, endsInOrderHoweverOftenItIsToldTo) {
+    configure();
+    const auto process = watch();
+    while (process->running())
+        if (!stop(*process, GetParam()))
+            GTEST_SKIP() << "the system does not send this one (Wine: Ctrl+Break)";
+    EXPECT_EQ(0, process->wait());
 }
 
 INSTANTIATE_TEST_SUITE_P(EachWay, DropfolderStopTest, testing::Values(Stop::interrupt, Stop::terminate),
