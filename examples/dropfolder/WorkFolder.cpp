@@ -37,12 +37,14 @@ void WorkFolder::recover() {
 void WorkFolder::recoverFolder(const std::string& folder) {
     for (const std::string& number : namesIn(folder)) {
         const std::string ofOneFile = folder + "/" + number;
+        if (m_stuck.count(ofOneFile) > 0) continue;
         const std::vector<std::string> names = namesIn(ofOneFile);
         for (const std::string& name : names)
             log(2) << oneLine(name) << ": an earlier run was cut short while its command ran; not run again"
                    << endrecord;
         const bool empty = emptyFolder(ofOneFile, m_folders.failed);
         if (!names.empty()) ++(empty ? m_tally.failed : m_tally.left);
+        if (!empty) m_stuck.insert(ofOneFile);
     }
 }
 

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <memory>
+#include <set>
 #include <string>
 
 #include "Files.h"
@@ -40,6 +41,7 @@ private:
     std::string m_path;
     std::unique_ptr<FileLock> m_lock;
     std::atomic<unsigned> m_count{0};
+    std::set<std::string> m_stuck;  // what could not be recovered and is left to the next start
 };
 
 }  // namespace dropfolder

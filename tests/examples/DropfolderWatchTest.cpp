@@ -5,7 +5,15 @@
 namespace dropfolder_test {
 namespace {
 
-using DropfolderWatchTest = DropfolderFixture;
+class DropfolderWatchTest : public DropfolderFixture {
+protected:
+    /// Starts watching, and returns when its folders are there.
+    std::unique_ptr<ChildProcess> watchWithFolders() {
+        auto process = watch();
+        EXPECT_TRUE(eventually([this] { return fs::exists(claims("1")); })) << process->output();
+        return process;
+    }
+};
 
 TEST_F(DropfolderWatchTest, takesFilesThatComeLater) {
     configure();
@@ -39,7 +47,7 @@ TEST_F(DropfolderWatchTest, recoversWhatAnotherOneLeavesMeanwhile) {
 TEST_F(DropfolderWatchTest, saysOnceThatItCannotTakeAFileAndTakesItWhenItCan) {
     configure("workers=1\nlevel=3\n");
     prepareToStop();
-    const auto process = watch();
+    const auto process = watchWithFolders();
     fs::remove(claims("1"));
     writeFile(claims("1").string(), "in the way\n");
     const auto timesSaid = [this](const std::string& name) {
@@ -64,12 +72,35 @@ TEST_F(DropfolderWatchTest, saysOnceThatItCannotTakeAFileAndTakesItWhenItCan) {
 
 TEST_F(DropfolderWatchTest, saysWhereAFileStaysThatCannotBeFiledAway) {
     configure("pattern=*.txt\n");
-    const auto process = watch();
+    const auto process = watchWithFolders();
     fs::remove_all(m_inbox + "/done");
     writeFile(m_inbox + "/done", "in the way\n");
     drop("a.txt");
     EXPECT_TRUE(eventually([&] { return logHas(", stays in " + m_inbox + "/work/1/"); }));
     EXPECT_TRUE(process->running());
+}
+
+TEST_F(DropfolderWatchTest, saysOnceThatItCannotRecoverAFile) {
+    configure("pattern=*.txt\nlevel=3\n");
+    prepareToStop();
+    const auto process = watchWithFolders();
+    fs::remove_all(m_inbox + "/failed");
+    writeFile(m_inbox + "/failed", "in the way\n");
+    fs::create_directory(claims("7"));
+    writeFile(claims("7.lock").string(), "");
+    for (const char* name : {"old.txt", "older.txt"}) {  // by then the first one was found again
+        fs::create_directory(m_folder.file(name));
+        writeFile(m_folder.file(name) + "/" + name, "text\n");
+        fs::rename(m_folder.file(name), claims("7") / name);
+        EXPECT_TRUE(eventually([&] { return logHas(name + std::string(": cannot be moved to ")); }));
+    }
+    const std::string records = logText();
+    const std::string record = "] old.txt: cannot be moved to ";
+    EXPECT_EQ(records.find(record), records.rfind(record));
+
+    if (!stop(*process, Stop::interrupt)) return;
+    EXPECT_EQ(0, process->wait());
+    EXPECT_TRUE(logHas("0 done, 0 failed, 2 left"));
 }
 
 class DropfolderStopTest : public DropfolderFixture, public testing::WithParamInterface<Stop> {
