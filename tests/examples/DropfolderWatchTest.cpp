@@ -113,7 +113,10 @@ TEST_P(DropfolderStopTest, finishesWhatRunsAndLeavesTheRest) {
     for (const char* name : {"a.txt", "b.txt", "c.txt"}) drop(name);
     const auto process = watch();
     EXPECT_TRUE(eventually([&] { return allRuns() == 1; })) << process->output();
-    if (!stop(*process, GetParam())) GTEST_SKIP() << "the system does not send this one (Wine: Ctrl+Break)";
+    if (!stop(*process, GetParam())) {
+        go();
+        GTEST_SKIP() << "the system does not send this one (Wine: Ctrl+Break)";
+    }
     EXPECT_TRUE(eventually([&] { return logHas("takes no more files"); }));
     EXPECT_TRUE(process->running());
     go();
@@ -130,7 +133,10 @@ TEST_P(DropfolderStopTest, endsAPassEarly) {
     for (const char* name : {"a.txt", "b.txt", "c.txt"}) drop(name);
     const auto process = start({"run", "--once"});
     EXPECT_TRUE(eventually([&] { return allRuns() == 2; })) << process->output();
-    if (!stop(*process, GetParam())) GTEST_SKIP() << "the system does not send this one (Wine: Ctrl+Break)";
+    if (!stop(*process, GetParam())) {
+        go();
+        GTEST_SKIP() << "the system does not send this one (Wine: Ctrl+Break)";
+    }
     EXPECT_TRUE(eventually([&] { return logHas("takes no more files"); }));
     go();
 
