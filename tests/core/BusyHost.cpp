@@ -39,6 +39,10 @@ private:
     OrvoCollaborator m_source;
 };
 
+// Timers that are never destroyed may fire while the logger goes.
+std::atomic<int> handlersLogging{0};
+std::atomic<bool> loggerGoes{false};
+
 class Handler : public OrvoDependent {
 public:
     explicit Handler(int milliseconds = 0) : m_milliseconds(milliseconds) {}
@@ -46,8 +50,10 @@ public:
         ++report->handlersEntered;
         const OrvoSmartPointer<OrvoObjectBase> object(new OrvoObjectBase);
         if (m_milliseconds > 0) std::this_thread::sleep_for(std::chrono::milliseconds(m_milliseconds));
-        if (OrvoLogging::isAccessAllowed())
+        ++handlersLogging;
+        if (!loggerGoes && OrvoLogging::isAccessAllowed())
             OrvoLogging::getInstance() << setloglevel(1) << "handler" << endrecord;
+        --handlersLogging;
         ++report->handlersLeft;
     }
 
@@ -103,6 +109,10 @@ struct Host {
     explicit Host(const char* file) : logger(file) {}
 
     ~Host() {
+        loggerGoes = true;
+        // Not for ever: at the end of a process the thread of a handler may be gone.
+        for (int i = 0; i < 1000 && handlersLogging > 0; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
         logger << setloglevel(1) << "end of the host" << endrecord;
         object = nullptr;
         // The factory of the process is still there.
