@@ -25,6 +25,17 @@ bool isCode(const MEMORY_BASIC_INFORMATION& region) {
     return region.Type == MEM_IMAGE && (region.Protect & executable) != 0;
 }
 
+/// Whether the code goes on there with a return, so that the top of the stack says where to. A 32-bit program
+/// on a 64-bit system shows another place in a system call, so there it counts as one anywhere.
+bool isReturn([[maybe_unused]] const void* code) {
+#ifdef _WIN64
+    const unsigned char instruction = *static_cast<const unsigned char*>(code);
+    return instruction == 0xC3 || instruction == 0xC2;
+#else
+    return true;
+#endif
+}
+
 }  // namespace
 
 bool suspendNow(HANDLE thread, Standing& standing) noexcept {
@@ -49,12 +60,14 @@ bool standsInModuleOf(const Standing& standing, const void* address) noexcept {
     return regionOf(standing.instruction).AllocationBase == regionOf(address).AllocationBase;
 }
 
-// A system call stands right at the top of the stack: its return address, on some systems after one more that
-// lies in the system's library. Whatever the library does for itself returns to itself.
+// A thread in a system call goes on with the return from it, on some systems after one more inside the
+// system's library. Whatever the library does for itself returns to itself.
 bool standsInSystemWork(const Standing& standing) noexcept {
-    if (!isSystem(regionOf(standing.instruction))) return false;
-    for (int i = 0; i < 2; ++i) {
-        const MEMORY_BASIC_INFORMATION caller = regionOf(standing.stack[i]);
+    const void* code = standing.instruction;
+    if (!isSystem(regionOf(code))) return false;
+    for (int i = 0; i < 2 && isReturn(code); ++i) {
+        code = standing.stack[i];
+        const MEMORY_BASIC_INFORMATION caller = regionOf(code);
         if (!isSystem(caller)) return !isCode(caller);
     }
     return true;
