@@ -76,7 +76,7 @@ TEST_F(DropfolderWatchTest, saysWhereAFileStaysThatCannotBeFiledAway) {
     fs::remove_all(m_inbox + "/done");
     writeFile(m_inbox + "/done", "in the way\n");
     drop("a.txt");
-    EXPECT_TRUE(eventually([&] { return logHas(", stays in " + m_inbox + "/work/1/"); }));
+    EXPECT_TRUE(eventually([&] { return logHas(", stays in " + m_inbox + "/work" + "/1/"); }));
     EXPECT_TRUE(process->running());
 }
 
