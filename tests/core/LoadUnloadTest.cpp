@@ -85,38 +85,32 @@ TEST(LoadUnloadTest, loadsAndUnloadsAThousandTimesWithoutLeaving) {
     EXPECT_LE(after.heapBytes, before.heapBytes + 32 * 1024);
 }
 
-TEST(LoadUnloadTest, takesItsThreadsAlongThatALoggerHasStarted) {
+/// Loads and unloads a host that does this, again and again, and says what is in use before and after.
+template <class Use>
+void comeAndGo(Use use, Resources& before, Resources& after) {
     const int warmUp = 5;
-    Resources before;
     for (int i = 0; i < 50; ++i) {
         if (i == warmUp) before = resourcesInUse();
         {
             const Plugin host("LockUser");
             ASSERT_TRUE(host.loaded());
-            host.function<void()>("useLogger")();
+            use(host);
         }
         ASSERT_FALSE(isLoaded("osupt")) << "after load " << i;
     }
-    const Resources after = resourcesOnceThreadsHaveEnded(before.threads);
+    after = resourcesOnceThreadsHaveEnded(before.threads);
     EXPECT_LE(after.threads, before.threads);
     EXPECT_LE(after.handles, before.handles + 4);
 }
 
+TEST(LoadUnloadTest, takesItsThreadsAlongThatALoggerHasStarted) {
+    Resources before, after;
+    comeAndGo([](const Plugin& host) { host.function<void()>("useLogger")(); }, before, after);
+}
+
 TEST(LoadUnloadTest, takesTheThreadAlongThatServesTimers) {
-    const int warmUp = 5;
-    Resources before;
-    for (int i = 0; i < 50; ++i) {
-        if (i == warmUp) before = resourcesInUse();
-        {
-            const Plugin host("LockUser");
-            ASSERT_TRUE(host.loaded());
-            EXPECT_EQ(0, host.function<int()>("useTimers")());
-        }
-        ASSERT_FALSE(isLoaded("osupt")) << "after load " << i;
-    }
-    const Resources after = resourcesOnceThreadsHaveEnded(before.threads);
-    EXPECT_LE(after.threads, before.threads);
-    EXPECT_LE(after.handles, before.handles + 4);
+    Resources before, after;
+    comeAndGo([](const Plugin& host) { EXPECT_EQ(0, host.function<int()>("useTimers")()); }, before, after);
     EXPECT_LE(after.heapBytes, before.heapBytes + 32 * 1024);
 }
 
