@@ -273,6 +273,7 @@ TEST(OrvoThreadStopTest, aSignalFromElsewhereChangesNothing) {
     thread.start();
     thread.stop();
     thread.start();
+    ASSERT_TRUE(thread.hasBegun());
     for (int i = 0; i < 10; ++i) {
         ASSERT_EQ(0, ::kill(::getpid(), SIGRTMAX - 3));
         ASSERT_EQ(0, ::syscall(SYS_tgkill, ::getpid(), thread.id(), SIGRTMAX - 3));
