@@ -2,7 +2,9 @@
 #ifndef OSUPT_PLATFORM_POSIX_SANITIZERS_H
 #define OSUPT_PLATFORM_POSIX_SANITIZERS_H
 
+#include <dlfcn.h>
 #include <signal.h>
+#include <sys/auxv.h>
 
 #include <cstdint>
 
@@ -30,6 +32,14 @@ __attribute__((weak)) void __lsan_do_leak_check();
 
 namespace OrvoSupport::platform {
 
+inline bool isOfOneModule(std::uintptr_t code, std::uintptr_t otherCode) noexcept {
+    Dl_info module = {};
+    Dl_info other = {};
+    return ::dladdr(reinterpret_cast<const void*>(code), &module) != 0 &&
+           ::dladdr(reinterpret_cast<const void*>(otherCode), &other) != 0 &&
+           module.dli_fbase == other.dli_fbase;
+}
+
 #ifdef OSUPT_THREAD_SANITIZER
 /// Whether a thread that has ended outright can be joined. There, the join would wait for its last words.
 constexpr bool joinsThreadsEndedOutright = false;
@@ -51,11 +61,13 @@ inline void endUnwatched(void*) noexcept {}
 inline void tellOrder(void*) noexcept {}
 #endif
 
-/// Where the allocator of the address sanitizer lies, also when it is linked into the program. Both are 0
-/// where there is none.
+/// Where the address sanitizer lies, also when it is linked into the program: it comes first there, and its
+/// allocator before any of its functions that can be named. Both are 0 where there is none.
 inline void findSanitizerCode(std::uintptr_t& begin, std::uintptr_t& end) noexcept {
     begin = reinterpret_cast<std::uintptr_t>(&__sanitizer_get_ownership);
     end = reinterpret_cast<std::uintptr_t>(&__lsan_do_leak_check);
+    const std::uintptr_t entry = ::getauxval(AT_ENTRY);
+    if (entry < begin && isOfOneModule(entry, begin)) begin = entry;
 }
 
 /// The calling thread leaves its whole stack without returning from anything.
