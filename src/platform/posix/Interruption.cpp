@@ -2,7 +2,6 @@
 
 #include <errno.h>
 #include <linux/futex.h>
-#include <sched.h>
 #include <signal.h>
 #include <sys/syscall.h>
 #include <time.h>
@@ -20,16 +19,13 @@ namespace {
 constexpr std::int64_t microsecond = 1'000;
 constexpr std::int64_t millisecond = 1'000'000;
 constexpr std::int64_t forEver = -1;
+// A thread that refuses has to get on before the next look, or that would find it in the same place.
 constexpr std::int64_t shortestPause = 30 * microsecond;
 constexpr std::int64_t longestPause = 1 * millisecond;
 
 // After so long and so many refusals a thread is called insistently.
 constexpr std::int64_t patience = 1000 * millisecond;
 constexpr std::uint32_t mostRefusals = 1000;
-// A thread that prints in a loop, say, is hardly ever outside the C library, so that it takes many looks to
-// meet it there: after so many refusals they follow each other without a pause.
-constexpr std::uint32_t leisurelyRefusals = 50;
-constexpr int mostYields = 20;
 
 // Signals of the C library that a sigset_t does not show: one cancels a thread, the other lets it take part
 // when the process changes its user.
@@ -173,15 +169,9 @@ void Interruption::callUntil(const Done& done) noexcept {
         if (get(m_refusals) >= mostRefusals && monotonicTime() - begin >= patience) set(m_insisting, true);
         pause = get(m_called) ? std::min(2 * pause, longestPause) : shortestPause;
         if (word & opened) call();
-        if (get(m_refusals) < leisurelyRefusals || !hasRefused()) sleepWhile(m_word, word, pause);
+        sleepWhile(m_word, word, pause);
     }
     tellOrder(this);
-}
-
-/// Whether the thread answers a call at once, and by refusing it.
-bool Interruption::hasRefused() noexcept {
-    for (int i = 0; i < mostYields && get(m_called); ++i) ::sched_yield();
-    return !get(m_called);
 }
 
 void Interruption::call() noexcept {

@@ -74,7 +74,6 @@ private:
     template <class Done>
     void callUntil(const Done& done) noexcept;
     void call() noexcept;
-    bool hasRefused() noexcept;
 
     std::atomic<std::uint32_t> m_word{0};
     // The signal handler is not to be watched by a sanitizer, and the functions of std::atomic would be:
