@@ -21,6 +21,9 @@ constexpr long millisecond = 1'000'000;
 constexpr int longestWaitForRoom = 200;   // milliseconds
 constexpr int longestWaitForEnd = 5'000;  // milliseconds
 
+// Once the library is torn down, no later thread joins those that objects of the host still start.
+std::atomic<bool> tornDown{false};
+
 PosixThread& posix(Thread& thread) { return static_cast<PosixThread&>(thread); }
 
 /// The last that the calling thread does for the library.
@@ -120,7 +123,10 @@ bool exitCodeOf(Thread& thread, int& exitCode) noexcept {
 void closeThread(Thread* thread) noexcept {
     const Uninterrupted untilItIsClosed;
     if (thread) dropThread(posix(*thread));
-    joinEndedThreads(few);
+    if (tornDown)
+        waitForLeavingThreads();
+    else
+        joinEndedThreads(few);
 }
 
 void announceReturn() noexcept {
@@ -128,6 +134,7 @@ void announceReturn() noexcept {
 }
 
 void waitForLeavingThreads() noexcept {
+    tornDown = true;
     joinEndedThreads(UINT_MAX);
     for (int i = 0; i < longestWaitForEnd && someAreLeaving(false); ++i) {
         pause();
