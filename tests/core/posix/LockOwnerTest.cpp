@@ -103,7 +103,8 @@ TEST(LockOwnerTest, waitersGoOnWhenTheHolderIsEndedWhileTheyWait) {
 
 TEST(LockOwnerTest, aWaiterThatIsEndedInItsSleepLeavesTheLockToTheOthers) {
     ::signal(SIGUSR1, [](int) { ::syscall(SYS_exit, 0); });
-    // Never destroyed: nothing that a sanitizer knows of comes between the last look of the ended thread and that.
+    // Never destroyed: nothing that a sanitizer knows of comes between the last look of the ended thread and
+    // that.
     static OrvoCriticalSectionObject& lock = *new OrvoCriticalSectionObject;
     lock.lock();
     const auto waiter = std::make_shared<std::atomic<pid_t>>(0);
