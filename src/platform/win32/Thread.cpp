@@ -15,15 +15,18 @@
 namespace OrvoSupport::platform {
 namespace {
 
-// A thread that has stood in one place of the system's library for so long waits for a lock of the host's,
-// not for one of the system's own.
+// A thread that has stood in one place of the system's library for so long, and at so many looks, waits for a
+// lock of the host's, not for one of the system's own nor for a processor.
 constexpr ULONGLONG stuckMs = 500;
+constexpr int stuckLooks = 20;
 
 // How long a thread is given that is on the move in there, or has not come to its body yet, or has left it.
 // The system has locks of its own for these steps, but whoever loads or unloads a module holds one of them.
 constexpr ULONGLONG patienceMs = 5000;
+constexpr int patienceLooks = 2000;
 
-// As many times a thread is looked at in quick succession before it is given a whole millisecond.
+// As many times a thread that makes way is looked at in quick succession before it is given a whole
+// millisecond.
 constexpr int quickLooks = 1000;
 
 /// Keeps all threads out of the heaps, so that none is stopped or killed in there.
@@ -57,18 +60,20 @@ public:
     /// Calls action() before anybody can resume the thread; does nothing when it has ended.
     template <class Action>
     void stopAndThen(const Action& action) {
-        for (int looks = 0;; ++looks) {
+        for (;;) {
             m_now = ::GetTickCount64();
             // Who is suspended all the time makes no way.
             if (mayBeTouched() && tryToStopAndThen(action)) return;
             ::SwitchToThread();
-            if (::WaitForSingleObject(m_thread.handle, looks < quickLooks ? 0 : 1) == WAIT_OBJECT_0) return;
+            if (::WaitForSingleObject(m_thread.handle, makesWay() ? 0 : 1) == WAIT_OBJECT_0) return;
         }
     }
 
 private:
     bool isLate() const { return m_now - m_begin > patienceMs; }
-    bool isStuck() const { return m_now - m_stoodSince > stuckMs; }
+    bool isOnTheMoveForEver() const { return m_looks >= patienceLooks && isLate(); }
+    bool isStuck() const { return m_looksHere >= stuckLooks && m_now - m_stoodSince > stuckMs; }
+    bool makesWay() const { return m_looksHere == 1 && m_looks < quickLooks; }
 
     bool mayBeTouched() const {
         if (m_thread.internalLocks > 0) return false;
@@ -81,11 +86,11 @@ private:
     bool tryToStopAndThen(const Action& action) {
         // Only in the end, since it makes threads queue for the heaps, and nobody should be killed in there.
         std::optional<HeapsAtRest> heaps;
-        if (isStuck() || isLate()) heaps.emplace();
+        if (isStuck() || isOnTheMoveForEver()) heaps.emplace();
         const std::lock_guard<InternalLock> guard(suspendingLock);
         Standing standing;
         if (!suspendNow(m_thread.handle, standing)) return true;
-        if (mayBeTouched() && (!standsInSystemWork(standing) || hasStood(standing) || isLate())) {
+        if (mayBeTouched() && (!standsInSystemWork(standing) || hasStood(standing) || isOnTheMoveForEver())) {
             action();
             return true;
         }
@@ -94,8 +99,13 @@ private:
     }
 
     bool hasStood(const Standing& standing) {
-        if (standing.instruction == m_last.instruction && standing.stack == m_last.stack) return isStuck();
+        ++m_looks;
+        if (standing.instruction == m_last.instruction && standing.stack == m_last.stack) {
+            ++m_looksHere;
+            return isStuck();
+        }
         m_last = standing;
+        m_looksHere = 1;
         m_stoodSince = m_now;
         return false;
     }
@@ -103,7 +113,9 @@ private:
     Win32Thread& m_thread;
     const ULONGLONG m_begin = ::GetTickCount64();
     ULONGLONG m_now = m_begin;
-    ULONGLONG m_stoodSince = m_begin;  // in the place of m_last
+    int m_looks = 0;      // that found it inside the system's library
+    int m_looksHere = 0;  // of these the last ones, that found it in the place of m_last
+    ULONGLONG m_stoodSince = m_begin;
     Standing m_last;
 };
 
