@@ -187,6 +187,7 @@ bool OrvoThread::create() {
         return true;
     }
     m_running = true;
+    m_lock.lockCount();  // makes the lock here, as the new thread might be killed while the system makes it
     if (platform::startThread(threadMain, this, m_thread)) return true;
     m_running = false;
     m_beginning = false;
