@@ -39,4 +39,14 @@ if [ ! -e "$prefix/ready" ]; then
         fi
     ) 9>"$prefix.lock"
 fi
+# Wine's own processes, which may stay after the program, get its standard error too. Whoever reads that from a pipe
+# up to its end must not wait for them.
+if [ -p /dev/fd/2 ]; then
+    errors=$(mktemp)
+    code=0
+    "$wine" "$@" 2>"$errors" || code=$?
+    cat "$errors" >&2
+    rm -f "$errors"
+    exit "$code"
+fi
 exec "$wine" "$@"
