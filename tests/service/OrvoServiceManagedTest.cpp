@@ -317,6 +317,7 @@ TEST_F(OrvoServiceManagedTest, theWatchdogIsAnsweredWhileTheServiceCanBeStoppedA
     const std::int64_t second = 1000000000;
     host.onStart = [&] {
         fake().passSecond();
+        EXPECT_TRUE(fake().sawState(startPending, 3));  // the report of that second is out
         EXPECT_TRUE(fake().alive());
         {
             const std::lock_guard<std::mutex> guard(fake().lock);

@@ -57,13 +57,14 @@ TEST_F(ConsoleService, stopsAlsoWhenItsHostHasBlockedAllSignals) {
 }
 
 TEST_F(ConsoleService, isNotEndedBySecondInterruptWhileItStops) {
-    folder.set("stop-seconds", "1");
+    folder.set("stop-seconds", "60");
     start();
     ASSERT_TRUE(soon([&] { return waits(); }));
     send(SIGINT);
     ASSERT_TRUE(soon([&] { return !folder.get("resources").empty(); })) << "stopIt() runs";
     send(SIGINT);
     send(SIGTERM);
+    folder.set("stop-seconds");
     EXPECT_EQ(0, child->wait());
     EXPECT_THAT(folder.events(), ElementsAre("startIt(from the console)", "stopIt()", "start() gave true"));
 }

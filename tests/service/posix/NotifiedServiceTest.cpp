@@ -61,6 +61,16 @@ public:
         while (messages.back() != last && messages.back() != "nothing");
         return messages;
     }
+    // All messages up to and with the last of so many that begin so.
+    std::vector<std::string> upTo(int times, const std::string& begin) {
+        std::vector<std::string> messages;
+        while (times > 0) {
+            messages.push_back(next());
+            if (messages.back() == "nothing") break;
+            times -= messages.back().compare(0, begin.size(), begin) == 0;
+        }
+        return messages;
+    }
 
 private:
     const OrvoSupport::platform::Descriptor m_socket;
@@ -86,12 +96,6 @@ protected:
     std::unique_ptr<ChildProcess> child;
 };
 
-int countOf(const std::vector<std::string>& messages, const std::string& begin) {
-    int count = 0;
-    for (const std::string& message : messages) count += message.compare(0, begin.size(), begin) == 0;
-    return count;
-}
-
 }  // namespace
 
 TEST_F(NotifiedService, tellsWhatHappensFromStartToEnd) {
@@ -112,16 +116,21 @@ TEST_F(NotifiedService, tellsWhatHappensFromStartToEnd) {
 }
 
 TEST_F(NotifiedService, showsProgressWhileItStartsAndStops) {
-    folder.set("start-seconds", "3.5");
-    folder.set("stop-seconds", "3.5");
+    folder.set("start-seconds", "60");
+    folder.set("stop-seconds", "60");
     start();
-    const std::vector<std::string> coming = systemd.upTo(running);
-    EXPECT_GE(countOf(coming, starting), 4);
+    std::vector<std::string> all;
+    const auto add = [&](const std::vector<std::string>& more) {
+        all.insert(all.end(), more.begin(), more.end());
+    };
+    add(systemd.upTo(4, starting));
+    folder.set("start-seconds");
+    add(systemd.upTo(running));
     send(SIGTERM);
-    const std::vector<std::string> going = systemd.upTo(stopped);
-    EXPECT_GE(countOf(going, stopping), 4);
-    std::vector<std::string> all = coming;
-    all.insert(all.end(), going.begin(), going.end());
+    add(systemd.upTo(4, stopping));
+    folder.set("stop-seconds");
+    add(systemd.upTo(stopped));
+    EXPECT_EQ(stopped, all.back());
     int point = 0;
     for (const std::string& message : all) {
         if (message == running || message == stopped) continue;
@@ -149,13 +158,14 @@ TEST_F(NotifiedService, stopsOnceItHasStartedWhenAskedEarlier) {
 }
 
 TEST_F(NotifiedService, takesAFurtherStopForTheSameOne) {
-    folder.set("stop-seconds", "2");
+    folder.set("stop-seconds", "60");
     start();
     systemd.upTo(running);
     send(SIGTERM);
     EXPECT_THAT(systemd.next(), StartsWith(stopping));
     send(SIGTERM);
     send(SIGTERM);
+    folder.set("stop-seconds");
     systemd.upTo(stopped);
     EXPECT_EQ(0, child->wait());
     EXPECT_THAT(folder.events(), ElementsAre("startIt()", "stopIt()", "start() gave true"));
@@ -174,14 +184,16 @@ TEST_F(NotifiedService, reportsAgainWhenAsked) {
 }
 
 TEST_F(NotifiedService, isNotReadyForBeingAskedWhileItStarts) {
-    folder.set("start-seconds", "2");
+    folder.set("start-seconds", "60");
     start();
     ASSERT_TRUE(soon([&] { return folder.happened("startIt()"); }));
     send(SIGHUP);
-    const std::vector<std::string> coming = systemd.upTo(running);
-    EXPECT_EQ(running, coming.back());
-    EXPECT_GE(countOf(coming, "STATUS=Starting"), 1) << "the answer";
-    EXPECT_GE(countOf(coming, starting), 2) << "it was still starting";
+    const std::vector<std::string> coming = systemd.upTo(1, "STATUS=Starting");
+    EXPECT_THAT(coming.back(), StartsWith("STATUS=Starting")) << "the answer";
+    EXPECT_THAT(coming, Not(Contains(running)));
+    EXPECT_THAT(systemd.next(), StartsWith(starting)) << "it is still starting";
+    folder.set("start-seconds");
+    EXPECT_EQ(running, systemd.upTo(running).back());
     send(SIGTERM);
     systemd.upTo(stopped);
     EXPECT_EQ(0, child->wait());
@@ -263,13 +275,18 @@ TEST_F(NotifiedService, runsOnWhenNobodyListens) {
 
 TEST_F(NotifiedService, answersTheWatchdogInEveryState) {
     setEnvironment("WATCHDOG_USEC", "400000");
-    folder.set("start-seconds", "2");
-    folder.set("stop-seconds", "2");
+    folder.set("start-seconds", "60");
+    folder.set("stop-seconds", "60");
     start();
-    EXPECT_GE(countOf(systemd.upTo(running), "WATCHDOG=1"), 5);
+    EXPECT_EQ("WATCHDOG=1", systemd.upTo(5, "WATCHDOG=1").back());
+    folder.set("start-seconds");
+    EXPECT_EQ(running, systemd.upTo(running).back());
     for (int i = 0; i < 5; ++i) EXPECT_EQ("WATCHDOG=1", systemd.next());
     send(SIGTERM);
-    EXPECT_GE(countOf(systemd.upTo(stopped), "WATCHDOG=1"), 5);
+    systemd.upTo(1, stopping);
+    EXPECT_EQ("WATCHDOG=1", systemd.upTo(5, "WATCHDOG=1").back());
+    folder.set("stop-seconds");
+    EXPECT_EQ(stopped, systemd.upTo(stopped).back());
     EXPECT_EQ(0, child->wait());
 }
 

@@ -55,12 +55,14 @@ public:
     }
 
 private:
+    // As long as the file says, which a test may empty meanwhile.
     void work(const char* seconds) const {
-        const string text = readFile(m_folder + "/" + seconds);
-        const auto end =
-            std::chrono::steady_clock::now() +
-            std::chrono::milliseconds(text.empty() ? 0 : static_cast<int>(1000 * std::stod(text)));
-        while (std::chrono::steady_clock::now() < end)
+        const auto begin = std::chrono::steady_clock::now();
+        const auto lasts = [&] {
+            const string text = readFile(m_folder + "/" + seconds);
+            return std::chrono::milliseconds(text.empty() ? 0 : static_cast<int>(1000 * std::stod(text)));
+        };
+        while (std::chrono::steady_clock::now() < begin + lasts())
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
 

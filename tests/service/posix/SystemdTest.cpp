@@ -2,7 +2,10 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
+#include <set>
+#include <sstream>
 
 #include "service/posix/BootedSystemd.h"
 #include "service/posix/ServiceFolder.h"
@@ -10,7 +13,6 @@
 using namespace service_testing;
 using testing::AllOf;
 using testing::Contains;
-using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -173,29 +175,31 @@ TEST_F(Systemd, passesArgumentsOfItsOwn) {
 
 TEST_F(Systemd, showsProgressWhileTheServiceStartsAndStops) {
     ServiceFolder& folder = install("agent");
-    folder.set("start-seconds", "3");
-    folder.set("stop-seconds", "3");
+    folder.set("start-seconds", "60");
+    folder.set("stop-seconds", "60");
     ASSERT_EQ(0, theSystemd->systemctl({"start", "--no-block", "agent"}).exitCode);
-    std::vector<std::string> seen;
+    std::set<std::string> seen;
     EXPECT_TRUE(soon([&] {
         const std::string text = property("agent", "StatusText");
-        if (seen.empty() || seen.back() != text) seen.push_back(text);
-        return text == "Running";
+        if (text.find("Starting, check point ") == 0) seen.insert(text);
+        return seen.size() >= 2;
     }));
-    EXPECT_THAT(seen, AllOf(Contains("Starting, check point 2"), Contains("Starting, check point 3")));
+    folder.set("start-seconds");
+    EXPECT_TRUE(soon([&] { return property("agent", "StatusText") == "Running"; }));
     EXPECT_EQ("active/running", state("agent"));
     ASSERT_EQ(0, theSystemd->systemctl({"stop", "--no-block", "agent"}).exitCode);
     EXPECT_TRUE(soon([&] { return state("agent") == "deactivating/stop-sigterm"; }));
     EXPECT_TRUE(soon([&] { return property("agent", "StatusText").find("Stopping, check point ") == 0; }));
+    folder.set("stop-seconds");
     EXPECT_TRUE(soon([&] { return state("agent") == "inactive/dead"; }));
     EXPECT_EQ("success", property("agent", "Result"));
 }
 
 TEST_F(Systemd, extendsTheTimeOfAStartAndAStopThatGoOn) {
     ServiceFolder& folder = install("agent");
-    addToUnit("agent.service", "TimeoutStartSec=2\nTimeoutStopSec=2");
-    folder.set("start-seconds", "6");
-    folder.set("stop-seconds", "6");
+    addToUnit("agent.service", "TimeoutStartSec=8\nTimeoutStopSec=8");
+    folder.set("start-seconds", "12");
+    folder.set("stop-seconds", "12");
     EXPECT_EQ(0, start("agent"));
     EXPECT_EQ("active/running", state("agent"));
     EXPECT_EQ(0, stop("agent"));
@@ -245,9 +249,9 @@ TEST_F(Systemd, noticesAServiceThatCrashes) {
 
 TEST_F(Systemd, endsAServiceThatStandsStillWhenItHasAWatchdog) {
     ServiceFolder& folder = install("agent");
-    addToUnit("agent.service", "WatchdogSec=1s\nTimeoutAbortSec=1s\nLimitCORE=0");
+    addToUnit("agent.service", "WatchdogSec=5s\nTimeoutAbortSec=1s\nLimitCORE=0");
     ASSERT_EQ(0, start("agent"));
-    std::this_thread::sleep_for(std::chrono::seconds(3));
+    std::this_thread::sleep_for(std::chrono::seconds(7));
     ASSERT_EQ("active/running", state("agent")) << "as long as it answers";
     send("SIGSTOP", "agent");
     EXPECT_TRUE(soon([&] { return state("agent") == "failed/failed"; }));
@@ -426,7 +430,15 @@ TEST_F(Systemd, isDoneWithEachOfManyStarts) {
     }
     const std::vector<std::string> resources = linesOf(folder.get("resources"));
     ASSERT_EQ(50U, resources.size());
-    EXPECT_THAT(resources, Each(resources.front())) << "threads and descriptors";
+    long firstThreads = 0, firstDescriptors = 0;
+    std::istringstream(resources.front()) >> firstThreads >> firstDescriptors;
+    for (const std::string& line : resources) {
+        long threads = 0, descriptors = 0;
+        std::istringstream(line) >> threads >> descriptors;
+        // Those that brought it up may still be ending, and the timers' thread comes and goes.
+        EXPECT_LE(std::abs(threads - firstThreads), 3) << line;
+        EXPECT_EQ(firstDescriptors, descriptors) << line;
+    }
 }
 
 // Longer than systemd waits for a start of which it hears nothing.
