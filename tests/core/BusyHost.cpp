@@ -111,7 +111,7 @@ struct Host {
     ~Host() {
         loggerGoes = true;
         // Not for ever: at the end of a process the thread of a handler may be gone.
-        for (int i = 0; i < 1000 && handlersLogging > 0; ++i)
+        for (int i = 0; i < 5000 && handlersLogging > 0; ++i)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         logger << setloglevel(1) << "end of the host" << endrecord;
         object = nullptr;

@@ -129,7 +129,8 @@ TEST_F(LogThreadsTest, failOnceToEndTheRecordOfAThreadThatDied) {
     std::thread([this] { logger << setloglevel(3) << "left"; }).join();
     logger.endrecord();
     EXPECT_EQ("", text());
-    logger.endrecord();
+    // More than one only where the system takes its time to end the thread.
+    for (int i = 0; i < 100 && text().empty(); ++i) logger.endrecord();
     EXPECT_EQ("left\n", text());
     logger.endrecord();
     EXPECT_EQ("left\n", text());

@@ -134,6 +134,7 @@ TEST_F(RecordTimeoutTest, tellsOfItselfWhenTheRecordThatItCouldNotEndHasBeenEnde
 // A dead thread's lock counts as not obtained the first time, and is free from then on.
 TEST_F(RecordTimeoutTest, endsTheRecordOfAThreadThatDiedAtTheSecondExpiry) {
     std::thread([&] { timed << setloglevel(3) << "left behind"; }).join();
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));  // the system may take its time to end it
     timed.timerElapsed();
     EXPECT_THAT(timedLines(), IsEmpty());
     timed.expire();

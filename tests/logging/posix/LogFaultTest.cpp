@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
@@ -14,6 +15,7 @@
 
 #include "logging/LogFixture.h"
 #include "support/ChildProcess.h"
+#include "support/Sanitizers.h"
 
 using namespace OrvoSupport;
 using testing_support::ChildProcess;
@@ -28,6 +30,8 @@ protected:
     /// Runs `body` in a forked child; its exit code.
     template <class Body>
     int inFork(Body body) {
+        // A thread that begins uses the heap, which the address sanitizer leaves locked in a child.
+        if (testing_support::addressSanitizer) std::this_thread::sleep_for(std::chrono::milliseconds(200));
         std::fflush(nullptr);
         const ::pid_t child = ::fork();
         if (child == 0) {
