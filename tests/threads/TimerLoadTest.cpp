@@ -65,6 +65,13 @@ public:
     Playground() {
         for (Member& member : m_members) member.playground = this;
     }
+    /// Handlers find all the others: those that still run are over when another timer has fired.
+    ~Playground() {
+        for (Member& member : m_members) member.timer.removeDependent(member);
+        OrvoTimer last;
+        last.start(-1, 1, true);
+        last.wait(limit);
+    }
 
     void play(unsigned seed, std::chrono::steady_clock::time_point end) {
         std::mt19937 random(seed);

@@ -49,20 +49,21 @@ std::array<int, 2> thePipe;
 int compute() {
     for (double value = 1;; value += 1) result = value / 3;
 }
+/// A thread that does nothing but call the C library is hardly ever met outside, and on a busy machine would
+/// be ended inside in the end.
+void rest(int steps = 1000) {
+    for (int value = 1; value < steps; ++value) result = value;
+}
 int catchAll() {
     for (;;) {
         try {
             throw std::runtime_error("again");
         } catch (...) {
         }
+        rest();
     }
 }
 int neverThrow() noexcept { return compute(); }
-/// Where a sanitizer surrounds each call of the C library, a thread that does nothing else is hardly ever
-/// met outside, and on a busy machine would be ended inside in the end.
-void rest() {
-    for (int value = 1; anySanitizer && value < 1000; ++value) result = value;
-}
 int takeLocks() {
     for (;;) {
         const OrvoCriticalSection guard(theLock);
@@ -192,6 +193,7 @@ TEST(OrvoThreadKilledTest, aThreadThatAllocatesLeavesTheAllocatorInOrder) {
         for (std::size_t size = 1;; size = size * 7 % 100003) {
             ::free(::malloc(size));
             std::vector<std::string> texts(3, std::string(size % 300, 'x'));
+            rest();
         }
     });
     // Each takes much of the address sanitizer's memory with it.
@@ -247,7 +249,10 @@ TEST(OrvoThreadKilledTest, aThreadThatStartsThreadsOfTheHostLeavesTheProcessAble
     if (threadSanitizer)
         GTEST_SKIP() << "its run-time part has locks of its own around the start of a thread";
     Worker thread([]() -> int {
-        for (;;) std::thread([] {}).join();
+        for (;;) {
+            std::thread([] {}).join();
+            rest(10000);
+        }
     });
     for (int i = 0; i < rounds / 2; ++i) {
         thread.startAnew();
@@ -271,6 +276,7 @@ TEST(OrvoThreadKilledTest, itsLockIsAbandoned) {
     ASSERT_TRUE(thread.hasBegun());
     ASSERT_TRUE(sleeps(thread.id()));
     thread.kill();
+    ASSERT_TRUE(waitUntil([&] { return stateOf(thread.id()) == 0; }));
     EXPECT_FALSE(tried.testAndSet());
     EXPECT_TRUE(tried.testAndSet());
     tried.unlock();

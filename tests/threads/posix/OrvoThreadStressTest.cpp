@@ -145,7 +145,7 @@ TEST(OrvoThreadStressTest, startsStopsAndEndsLeaveNoHandlesAndMappings) {
         }
     };
     const int count = threadSanitizer ? 50 : 500;
-    round(50);
+    round(count);
     const Resources before = resourcesInUse();
     round(count);
     EXPECT_TRUE(threadsAreBackAt(before.threads));

@@ -174,7 +174,7 @@ TEST(OrvoThreadSystemTest, theProcessGoesOnAfterAThousandKills) {
         thread.start();
         ASSERT_TRUE(thread.isAlive());
         if (i % 3) {
-            while (!entered) ::SwitchToThread();
+            EXPECT_TRUE(until([&] { return entered.load(); }));
         }
         thread.kill();
         delete[] new char[50];
@@ -197,8 +197,9 @@ TEST(OrvoThreadSystemTest, nothingIsLeftOfThreadsThatCameAndWent) {
         own->setMarkForDeath();
         own->start();
     };
+    const long threads = resourcesInUse().threads;
     for (int i = 0; i < 20; ++i) use();
-    const Resources before = resourcesInUse();
+    const Resources before = resourcesOnceThreadsHaveEnded(threads);
     for (int i = 0; i < 100; ++i) use();
     const Resources after = resourcesOnceThreadsHaveEnded(before.threads);
     EXPECT_LE(after.threads, before.threads);
