@@ -76,6 +76,7 @@ fs::path DropfolderFixture::done(const std::string& name) const {
 
 std::size_t DropfolderFixture::doneCount() const {
     std::size_t count = 0;
+    if (!fs::exists(m_inbox + "/done")) return count;
     for (const auto& day : fs::directory_iterator(m_inbox + "/done")) count += entriesIn(day.path());
     return count;
 }

@@ -44,6 +44,8 @@ ChildProcess::ChildProcess(const Command& command) : m_impl(std::make_unique<Imp
     if (m_impl->pid == 0) {
         ::dup2(m_impl->output, 1);
         ::dup2(m_impl->output, 2);
+        // A shell that started the test in the background may have let them be ignored.
+        for (const int signal : {SIGINT, SIGQUIT}) ::signal(signal, SIG_DFL);
         ::execv(argv[0], argv.data());
         ::_exit(121);
     }

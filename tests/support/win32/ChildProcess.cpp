@@ -44,10 +44,16 @@ ChildProcess::ChildProcess(const Command& command) : m_impl(std::make_unique<Imp
     start.hStdOutput = output;
     start.hStdError = output;
     PROCESS_INFORMATION started = {};
-    if (::CreateProcessA(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start,
-                         &started)) {
-        ::CloseHandle(started.hThread);
-        m_impl->process = started.hProcess;
+    // Wine on a busy machine now and then refuses to start a process.
+    for (int tries = 0; tries < 20 && !m_impl->process; ++tries) {
+        if (tries > 0) ::Sleep(200);
+        if (::CreateProcessA(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start,
+                             &started)) {
+            ::CloseHandle(started.hThread);
+            m_impl->process = started.hProcess;
+        } else if (::GetLastError() != ERROR_INTERNAL_ERROR) {
+            break;
+        }
     }
     ::CloseHandle(output);
 }
