@@ -38,7 +38,11 @@ void prepareToStop() {
 }
 
 bool stop(const testing_support::ChildProcess&, Stop how) {
-    return ::GenerateConsoleCtrlEvent(how == Stop::interrupt ? CTRL_C_EVENT : CTRL_BREAK_EVENT, 0);
+    const BOOL sent = ::GenerateConsoleCtrlEvent(how == Stop::interrupt ? CTRL_C_EVENT : CTRL_BREAK_EVENT, 0);
+    // Wine breaks into whatever a program is at to tell it, and loses the thread if it does so again and
+    // again.
+    ::Sleep(50);
+    return sent;
 }
 
 Usage usageOf(const testing_support::ChildProcess& process) {
