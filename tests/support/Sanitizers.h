@@ -2,6 +2,9 @@
 #ifndef TESTS_SUPPORT_SANITIZERS_H
 #define TESTS_SUPPORT_SANITIZERS_H
 
+#include <chrono>
+#include <thread>
+
 namespace testing_support {
 
 #if defined(__has_feature)
@@ -26,6 +29,12 @@ constexpr bool threadSanitizer = false;
 #endif
 
 constexpr bool anySanitizer = addressSanitizer || threadSanitizer;
+
+/// To be called before a fork: a thread that begins uses the heap, which the address sanitizer leaves locked
+/// in a child.
+inline void letThreadsBegin() {
+    if (addressSanitizer) std::this_thread::sleep_for(std::chrono::milliseconds(200));
+}
 
 }  // namespace testing_support
 

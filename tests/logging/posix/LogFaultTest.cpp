@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
@@ -30,8 +29,7 @@ protected:
     /// Runs `body` in a forked child; its exit code.
     template <class Body>
     int inFork(Body body) {
-        // A thread that begins uses the heap, which the address sanitizer leaves locked in a child.
-        if (testing_support::addressSanitizer) std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        testing_support::letThreadsBegin();
         std::fflush(nullptr);
         const ::pid_t child = ::fork();
         if (child == 0) {

@@ -58,11 +58,6 @@ struct Telling : OrvoDependent {
     std::atomic<int> count{0};
 };
 
-/// A thread that begins uses the heap, which the address sanitizer leaves locked in a child.
-void letThreadsBegin() {
-    if (testing_support::addressSanitizer) std::this_thread::sleep_for(std::chrono::milliseconds(200));
-}
-
 /// The host: what it has is destroyed when the process, or a child that it forked, leaves by exit().
 class Host {
 public:
@@ -194,7 +189,7 @@ TEST_F(LogForkTest, anOpenRecordEndsInBoth) {
     OrvoLogging logger(folder.file("open"), OrvoLogging::fileTarget, 9);
     logger.enableRecordData(false);
     logger << "begun, ";
-    letThreadsBegin();
+    testing_support::letThreadsBegin();
     const pid_t child = ::fork();
     if (child == 0) {
         ::alarm(limit);
@@ -219,7 +214,7 @@ TEST_F(LogForkTest, aRecordOfAnotherThreadStaysInTheParent) {
         logger << endrecord;
     });
     ASSERT_EQ(0, begun.wait(limit * 1000));
-    letThreadsBegin();
+    testing_support::letThreadsBegin();
     const pid_t child = ::fork();
     if (child == 0) {
         ::alarm(limit);

@@ -18,7 +18,6 @@
 namespace testing_threads {
 
 using testing_support::addressSanitizer;
-using testing_support::anySanitizer;
 // Its run-time part keeps everything of threads that end without returning, so there can be fewer of them.
 using testing_support::threadSanitizer;
 
